@@ -1,0 +1,47 @@
+# libKEP, libZEL, and the copies of libZEL for wide machines.
+
+add_library(KEP SHARED kep/kep.cpp)
+set_target_properties(KEP PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+target_include_directories(KEP PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kep>")
+
+set(zelSources
+    src/frame/load.cpp
+    src/arith/add_sub_mul.cpp)
+
+# One libZEL. A copy's $ORIGIN is its own directory, two below the plain library, where libKEP lies.
+function(zel_library target)
+    add_library(${target} SHARED ${zelSources})
+    target_include_directories(${target}
+        PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>"
+        PRIVATE src)
+    target_link_libraries(${target} PRIVATE KEP)
+    target_link_options(${target} PRIVATE
+        "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map"
+        # The flag itself stays preemptible; only calls between members are bound at link time.
+        LINKER:-Bsymbolic-functions)
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+    set_target_properties(${target} PROPERTIES
+        OUTPUT_NAME ZEL
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        # The same run path in the build tree: no directory of the builder gets into the library.
+        BUILD_WITH_INSTALL_RPATH ON
+        INSTALL_RPATH "\$ORIGIN;\$ORIGIN/../..")
+endfunction()
+
+zel_library(ZEL)
+add_library(ZEL::ZEL ALIAS ZEL)
+
+# The loader looks into glibc-hwcaps/<level>/ beside the plain library and takes the widest copy that the
+# machine can run, so no call pays for the choice. In the build tree the copies lie under wide/ instead, where
+# the loader finds one only when asked: tests and benchmarks say themselves which library they mean.
+set(zelWideLevels "")
+if(ZEL_WIDE_COPIES)
+    set(zelWideLevels x86-64-v3 x86-64-v4)
+endif()
+foreach(level IN LISTS zelWideLevels)
+    zel_library(ZEL-${level})
+    target_compile_options(ZEL-${level} PRIVATE -march=${level})
+    set_target_properties(ZEL-${level} PROPERTIES
+        LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib/wide/${level}")
+endforeach()
