@@ -1,0 +1,86 @@
+// Reductions that update d in the same pass: d += b a with the squares of d, d = b a with the products of d
+// and a.
+#include "reduce/blocked_sum.h"
+
+using namespace zel;
+
+namespace {
+
+/// Blocks may run side by side only where no store of one can be a source of the other: the source is d
+/// itself, or at least two blocks away.
+bool blocksApart(const float* d, const float* source) {
+    const auto gap = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(d)) -
+                     static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(source));
+    constexpr std::intptr_t twoBlocks = 2 * blockElements * static_cast<std::intptr_t>(sizeof(float));
+    return gap == 0 || gap >= twoBlocks || gap <= -twoBlocks;
+}
+
+}  // namespace
+
+double ZEL_Math::maddAndNorm(float* d, const float* a, double b, Count num) {
+    return theSIMD ? maddAndNormSIMD(d, a, static_cast<float>(b), num) : maddAndNormSISD(d, a, b, num);
+}
+
+double ZEL_Math::maddAndNormSIMD(float* d, const float* a, float b, Count num) {
+    if (!inPhase(d, a)) return maddAndNormSISD(d, a, b, num);
+    const __m128 factor = spread(b);
+    return reduce(
+        phase(d), num, blocksApart(d, a) ? flightFor(num * 8) : Flight::oneBlock,
+        [=](Count i, Count n) { return maddAndNormSISD(d + i, a + i, b, n); },
+        [=](Count i) {
+            const __m128 u = _mm_add_ps(_mm_mul_ps(factor, group(a, i)), group(d, i));
+            store(d + i, u);
+            return _mm_mul_ps(u, u);
+        },
+        [=](Count i) {
+            prefetch(d + i);
+            prefetch(a + i);
+        });
+}
+
+double ZEL_Math::maddAndNormSISD(float* d, const float* a, double b, Count num) {
+    double sum = 0;
+    for (Count i = 0; i < num; ++i) {
+        // The update runs in double and is rounded once, unlike the two roundings of the lanes.
+        const float u = static_cast<float>(static_cast<double>(a[i]) * b + static_cast<double>(d[i]));
+        d[i] = u;
+        const float term = u * u;
+        sum += static_cast<double>(term);
+    }
+    return sum;
+}
+
+double ZEL_Math::mulAndDotDA(float* d, const float* a, const float* b, Count num) {
+    return theSIMD ? mulAndDotDASIMD(d, a, b, num) : mulAndDotDASISD(d, a, b, num);
+}
+
+double ZEL_Math::mulAndDotDASIMD(float* d, const float* a, const float* b, Count num) {
+    if (!inPhase(d, a, b)) return mulAndDotDASISD(d, a, b, num);
+    const bool inPlace = d == a;
+    return reduce(
+        phase(d), num, blocksApart(d, a) && blocksApart(d, b) ? flightFor(num * 12) : Flight::oneBlock,
+        [=](Count i, Count n) { return mulAndDotDASISD(d + i, a + i, b + i, n); },
+        [=](Count i) {
+            const __m128 factor = group(a, i);
+            const __m128 product = _mm_mul_ps(group(b, i), factor);
+            store(d + i, product);
+            // a is meant as it stands after the store, which reaches this group of a only if d is a.
+            return _mm_mul_ps(product, inPlace ? product : factor);
+        },
+        [=](Count i) {
+            prefetch(d + i);
+            prefetch(a + i);
+            prefetch(b + i);
+        });
+}
+
+double ZEL_Math::mulAndDotDASISD(float* d, const float* a, const float* b, Count num) {
+    double sum = 0;
+    for (Count i = 0; i < num; ++i) {
+        const float product = b[i] * a[i];
+        d[i] = product;
+        const float term = product * a[i];  // a[i] is read again: d may be a
+        sum += static_cast<double>(term);
+    }
+    return sum;
+}
