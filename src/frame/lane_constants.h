@@ -4,10 +4,19 @@
 
 #include <emmintrin.h>
 
+#include <cstdint>
+
 namespace zel {
 
-alignas(16) inline constexpr int theLaneZeroWords[4] = {0, 0, 0, 0};
-alignas(16) inline constexpr int theLaneInfinityWords[4] = {0x7F800000, 0x7F800000, 0x7F800000, 0x7F800000};
-alignas(16) inline constexpr int theLaneOneWords[4] = {1, 1, 1, 1};
+using LaneWords = std::int32_t[4];
+
+alignas(16) constexpr LaneWords theLaneZero = {0, 0, 0, 0};
+alignas(16) constexpr LaneWords theLaneInfinity = {0x7F800000, 0x7F800000, 0x7F800000, 0x7F800000};
+alignas(16) constexpr LaneWords theLaneOne = {1, 1, 1, 1};
+
+inline __m128i intLanes(const LaneWords& words) {
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(words));
+}
+inline __m128 floatLanes(const LaneWords& words) { return _mm_castsi128_ps(intLanes(words)); }
 
 }  // namespace zel
