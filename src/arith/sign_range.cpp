@@ -1,0 +1,111 @@
+// Sign and range: element and lane form part on -0, NaN and crossed bounds.
+#include <bit>
+
+#include "frame/lane_loop.h"
+
+using namespace zel;
+
+namespace {
+
+// minps and maxps give their second operand when the comparison fails, so `p < q ? p : q` is min(p, q), and
+// `p > q ? p : q` is max(p, q), for NaN and zeros too. All but Negate's lanes pass a signalling NaN on
+// untouched.
+
+/// Element: the sign bit cleared. Lane: the greater of 0 - x and x, where -0 and NaN are never greater.
+struct Magnitude {
+    static float element(float x) {
+        return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFF);
+    }
+    static double element(double x) {
+        return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) & 0x7FFFFFFFFFFFFFFF);
+    }
+    static __m128 lanes(__m128 x) { return _mm_max_ps(_mm_sub_ps(_mm_setzero_ps(), x), x); }
+};
+
+/// Element: the sign bit flipped. Lane: a subtraction from +0.
+struct Negate {
+    static float element(float x) {
+        return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) ^ 0x80000000);
+    }
+    static double element(double x) {
+        return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) ^ 0x8000000000000000);
+    }
+    static __m128 lanes(__m128 x) { return _mm_sub_ps(_mm_setzero_ps(), x); }
+};
+
+struct Minimum {
+    template <class T>
+    static T element(T a, T b) {
+        return b < a ? b : a;
+    }
+    static __m128 lanes(__m128 a, __m128 b) { return _mm_min_ps(a, b); }
+};
+
+struct Maximum {
+    template <class T>
+    static T element(T a, T b) {
+        return b > a ? b : a;
+    }
+    static __m128 lanes(__m128 a, __m128 b) { return _mm_max_ps(a, b); }
+};
+
+/// Element: the lower bound first, and an equal bound wins. Lane: the upper bound first, and x wins.
+struct Clamp {
+    static float element(float x, float lo, float hi) {
+        // Two choices that don't depend on each other vectorise; one inside the other becomes a branch.
+        const float below = hi <= x ? hi : x;
+        return lo >= x ? lo : below;
+    }
+    static __m128 lanes(__m128 x, __m128 lo, __m128 hi) { return _mm_max_ps(lo, _mm_min_ps(hi, x)); }
+};
+
+}  // namespace
+
+void ZEL_Math::abs(float* d, const float* a, Count num) {
+    return theSIMD ? absSIMD(d, a, num) : elements<Magnitude>(d, num, a);
+}
+void ZEL_Math::abs(double* d, const double* a, Count num) { elements<Magnitude>(d, num, a); }
+void ZEL_Math::absSIMD(float* d, const float* a, Count num) { lanes<Magnitude>(d, num, a); }
+
+void ZEL_Math::negate(float* d, const float* a, Count num) {
+    return theSIMD ? negateSIMD(d, a, num) : elements<Negate>(d, num, a);
+}
+void ZEL_Math::negate(double* d, const double* a, Count num) { elements<Negate>(d, num, a); }
+void ZEL_Math::negateSIMD(float* d, const float* a, Count num) { lanes<Negate>(d, num, a); }
+
+void ZEL_Math::zelmin(float* d, const float* a, const float* b, Count num) {
+    return theSIMD ? zelminSIMD(d, a, b, num) : elements<Minimum>(d, num, a, b);
+}
+void ZEL_Math::zelmin(double* d, const double* a, const double* b, Count num) {
+    elements<Minimum>(d, num, a, b);
+}
+void ZEL_Math::zelmin(float* d, const float* a, float b, Count num) {
+    return theSIMD ? zelminSIMD(d, a, b, num) : elements<Minimum>(d, num, a, b);
+}
+void ZEL_Math::zelmin(double* d, const double* a, double b, Count num) { elements<Minimum>(d, num, a, b); }
+void ZEL_Math::zelminSIMD(float* d, const float* a, const float* b, Count num) {
+    lanes<Minimum>(d, num, a, b);
+}
+void ZEL_Math::zelminSIMD(float* d, const float* a, float b, Count num) { lanes<Minimum>(d, num, a, b); }
+
+void ZEL_Math::zelmax(float* d, const float* a, const float* b, Count num) {
+    return theSIMD ? zelmaxSIMD(d, a, b, num) : elements<Maximum>(d, num, a, b);
+}
+void ZEL_Math::zelmax(double* d, const double* a, const double* b, Count num) {
+    elements<Maximum>(d, num, a, b);
+}
+void ZEL_Math::zelmax(float* d, const float* a, float b, Count num) {
+    return theSIMD ? zelmaxSIMD(d, a, b, num) : elements<Maximum>(d, num, a, b);
+}
+void ZEL_Math::zelmax(double* d, const double* a, double b, Count num) { elements<Maximum>(d, num, a, b); }
+void ZEL_Math::zelmaxSIMD(float* d, const float* a, const float* b, Count num) {
+    lanes<Maximum>(d, num, a, b);
+}
+void ZEL_Math::zelmaxSIMD(float* d, const float* a, float b, Count num) { lanes<Maximum>(d, num, a, b); }
+
+void ZEL_Math::clamp(float* d, const float* a, float lo, float hi, Count num) {
+    return theSIMD ? clampSIMD(d, a, lo, hi, num) : elements<Clamp>(d, num, a, lo, hi);
+}
+void ZEL_Math::clampSIMD(float* d, const float* a, float lo, float hi, Count num) {
+    lanes<Clamp>(d, num, a, lo, hi);
+}
