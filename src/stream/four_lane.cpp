@@ -1,0 +1,51 @@
+// Four-lane streams: one constant vector added to, subtracted from or multiplied into each vector, in place.
+#include "stream/vector_stream.h"
+
+using namespace zel;
+
+namespace {
+
+struct Add {
+    static float element(float v, float b) { return v + b; }
+    static __m128 lanes(__m128 v, __m128 b) { return _mm_add_ps(v, b); }
+};
+
+struct Subtract {
+    static float element(float v, float b) { return v - b; }
+    static __m128 lanes(__m128 v, __m128 b) { return _mm_sub_ps(v, b); }
+};
+
+struct Multiply {
+    static float element(float v, float b) { return v * b; }
+    static __m128 lanes(__m128 v, __m128 b) { return _mm_mul_ps(v, b); }
+};
+
+/// Lanes read b once; elements read it for each component as it then stands, each stored at once.
+template <class Formula>
+inline void combine(bool simd, float* d, const float* b, Count num, const std::uint32_t* mask) {
+    if (simd && phase(d) == 0 && num >= 4) {
+        const __m128 constant = _mm_loadu_ps(b);
+        eachVector<4>(d, num, mask, [=](float* v) { store(v, Formula::lanes(group(v, 0), constant)); });
+    } else if (num > 0 && apart(d, num * Count{sizeof(float[4])}, b, Count{sizeof(float[4])})) {
+        const float constant[4] = {b[0], b[1], b[2], b[3]};
+        eachVector<4>(d, num, mask, [&](float* v) {
+            for (int k = 0; k < 4; ++k) v[k] = Formula::element(v[k], constant[k]);
+        });
+    } else {
+        eachVector<4>(d, num, mask, [=](float* v) {
+            for (int k = 0; k < 4; ++k) v[k] = Formula::element(v[k], b[k]);
+        });
+    }
+}
+
+}  // namespace
+
+void ZEL_Math::vadd4u4(float* d, const float* b, Count num, const std::uint32_t* mask) {
+    combine<Add>(theSIMD, d, b, num, mask);
+}
+void ZEL_Math::vsub4u4(float* d, const float* b, Count num, const std::uint32_t* mask) {
+    combine<Subtract>(theSIMD, d, b, num, mask);
+}
+void ZEL_Math::vmul4u4(float* d, const float* b, Count num, const std::uint32_t* mask) {
+    combine<Multiply>(theSIMD, d, b, num, mask);
+}
