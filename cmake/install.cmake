@@ -21,7 +21,8 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/ZELConfigVersion.cmake" 
 install(FILES "${PROJECT_BINARY_DIR}/ZELConfig.cmake" "${PROJECT_BINARY_DIR}/ZELConfigVersion.cmake"
     DESTINATION "${zelPackageDir}" COMPONENT development)
 
-# The install directories may be given as absolute paths; only relative ones hang below the prefix.
+# The install directories may be given as absolute paths; only relative ones hang below the prefix. With a
+# relative library directory zel.pc finds the prefix from its own place, so an installed tree can be moved.
 foreach(dir IN ITEMS LIBDIR INCLUDEDIR)
     if(IS_ABSOLUTE "${CMAKE_INSTALL_${dir}}")
         set(zelPc${dir} "${CMAKE_INSTALL_${dir}}")
@@ -29,5 +30,10 @@ foreach(dir IN ITEMS LIBDIR INCLUDEDIR)
         set(zelPc${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
     endif()
 endforeach()
+set(zelPcPrefix "${CMAKE_INSTALL_PREFIX}")
+if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+    cmake_path(RELATIVE_PATH zelPcPrefix BASE_DIRECTORY "${zelPcPrefix}/${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+    string(PREPEND zelPcPrefix "\${pcfiledir}/")
+endif()
 configure_file(cmake/zel.pc.in "${PROJECT_BINARY_DIR}/zel.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/zel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)

@@ -6,7 +6,22 @@ target_include_directories(KEP PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/k
 
 set(zelSources
     src/frame/load.cpp
-    src/arith/add_sub_mul.cpp)
+    src/arith/add_sub_mul.cpp
+    src/arith/divide.cpp
+    src/arith/multiply_add.cpp
+    src/arith/roots.cpp
+    src/arith/safe_divide.cpp
+    src/arith/sign_range.cpp
+    src/compare/bit_logic.cpp
+    src/compare/compare.cpp
+    src/convert/float_to_int.cpp
+    src/convert/set_swap.cpp
+    src/convert/white_point.cpp
+    src/reduce/dot.cpp
+    src/reduce/update_reduce.cpp
+    src/reduce/zero_count.cpp
+    src/stream/four_lane.cpp
+    src/stream/matrix_vector.cpp)
 
 # One libZEL. A copy's $ORIGIN is its own directory, two below the plain library, where libKEP lies.
 function(zel_library target)
