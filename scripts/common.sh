@@ -1,0 +1,37 @@
+# Sourced by the scripts beside it: which preset, which compiler, and how their build directory comes about.
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+preset=release
+compiler=gcc
+rest=()
+
+# Takes --preset and --compiler out of a command line; everything else stays in `rest`.
+readOptions() {
+    while (($#)); do
+        case $1 in
+            --preset) preset=${2:?--preset needs a name}; shift 2 ;;
+            --compiler) compiler=${2:?--compiler needs gcc or clang}; shift 2 ;;
+            *) rest+=("$1"); shift ;;
+        esac
+    done
+    directory=build/$preset
+    case $compiler in
+        gcc) cxx=g++ ;;
+        clang) cxx=clang++; directory+=-clang ;;
+        *) echo "The compiler is gcc or clang, not '$compiler'." >&2; exit 2 ;;
+    esac
+}
+
+# Where packages can't be installed, what is there may still do; the configure step is the judge.
+setup() { scripts/setup "$@" || echo "Going on with what is there." >&2; }
+
+# configure [CMAKE OPTION]...
+configure() {
+    local path fresh=()
+    path=$(command -v "$cxx") || { echo "There is no $cxx." >&2; exit 1; }
+    # Told of another compiler, CMake would start the directory over and lose the preset's settings.
+    grep -qs "^CMAKE_CXX_COMPILER:.*=$path\$" "$directory/CMakeCache.txt" || fresh=(--fresh)
+    CXX=$path cmake --preset "$preset" -B "$directory" "${fresh[@]}" "$@"
+}
+
+build() { cmake --build "$directory" -j2 "$@"; }
