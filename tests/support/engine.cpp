@@ -1,0 +1,469 @@
+// The sweep: memory between unreadable pages, contents, placements, comparison, and the report of a failure.
+#include "engine.h"
+
+#include <cxxabi.h>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <random>
+
+#include "digest.h"
+
+namespace test {
+namespace {
+
+constexpr Count page = 4096, paneBytes = 16 * page, margin = 256;
+constexpr int panes = 5;
+
+/// Readable bytes between two unreadable pages, for each pane on both sides.
+std::byte* paneMemory(Side side, int pane) {
+    static std::byte* const base = [] {
+        constexpr Count stride = paneBytes + 2 * page;
+        void* all = mmap(nullptr, 2 * panes * stride, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        auto* bytes = static_cast<std::byte*>(all);
+        for (int k = 0; k < 2 * panes; ++k)
+            mprotect(bytes + k * stride + page, paneBytes, PROT_READ | PROT_WRITE);
+        return bytes;
+    }();
+    return base + ((side == Side::model ? panes : 0) + pane) * (paneBytes + 2 * page) + page;
+}
+
+std::mt19937 random32;
+std::uint32_t below(std::uint32_t n) {
+    return static_cast<std::uint32_t>(std::uint64_t{random32()} * n >> 32);
+}
+
+// ---- Contents: special values, random bits, and numbers of everyday size.
+
+template <class Float, class Bits>
+Bits specialWord() {
+    using L = std::numeric_limits<Float>;
+    constexpr Bits sign = Bits{1} << (sizeof(Bits) * 8 - 1), quiet = Bits{1} << (L::digits - 2);
+    static const Bits pool[] = {0,
+                                1,
+                                quiet - 1,
+                                std::bit_cast<Bits>(L::min()),
+                                std::bit_cast<Bits>(L::min()) - 1,
+                                std::bit_cast<Bits>(L::max()),
+                                std::bit_cast<Bits>(L::infinity()),
+                                std::bit_cast<Bits>(L::infinity()) | 1,  // a signalling NaN
+                                std::bit_cast<Bits>(L::infinity()) | quiet,
+                                std::bit_cast<Bits>(L::infinity()) | quiet | 0x1234,
+                                std::bit_cast<Bits>(Float(1)),
+                                std::bit_cast<Bits>(Float(1)) - 1,
+                                std::bit_cast<Bits>(Float(0.5)),
+                                std::bit_cast<Bits>(Float(0.5)) - 1,
+                                std::bit_cast<Bits>(Float(2)),
+                                std::bit_cast<Bits>(Float(255)),
+                                std::bit_cast<Bits>(Float(8388608)),
+                                std::bit_cast<Bits>(Float(8388607.5)),
+                                std::bit_cast<Bits>(Float(16777216)),
+                                std::bit_cast<Bits>(Float(16777218)),
+                                std::bit_cast<Bits>(Float(2147483648)),
+                                std::bit_cast<Bits>(Float(2147483648)) - 1,
+                                std::bit_cast<Bits>(Float(2147483648)) + 1,
+                                ~Bits{0},
+                                sign - 1,
+                                sign + 1};
+    const Bits word = pool[below(std::size(pool))];
+    return below(2) ? word : word ^ sign;
+}
+template <class Float, class Bits>
+Bits contentWord() {
+    switch (below(4)) {
+        case 0:
+            return specialWord<Float, Bits>();
+        case 1:
+            return static_cast<Bits>(std::uint64_t{random32()} << 32 | random32());
+        case 2:
+            return std::bit_cast<Bits>(static_cast<Float>(static_cast<int>(below(4001)) - 2000) / 8);
+        default:
+            return std::bit_cast<Bits>(
+                static_cast<Float>(std::ldexp(below(1u << 24), -24 + static_cast<int>(below(9)))));
+    }
+}
+
+/// Long stretches of each content, drawn from by copying: the sweep is too big to make every word anew.
+const std::vector<std::byte>& soup(Content content) {
+    static const auto soups = [] {
+        std::array<std::vector<std::byte>, 4> all;
+        for (auto& s : all) s.resize(1 << 20);
+        for (std::size_t i = 0; i < all[0].size(); i += 8) {
+            const std::uint32_t words[2] = {contentWord<float, std::uint32_t>(),
+                                            contentWord<float, std::uint32_t>()};
+            const std::uint64_t wide = contentWord<double, std::uint64_t>();
+            const std::uint32_t masks[2] = {below(2) * specialWord<float, std::uint32_t>(), below(2)};
+            const std::uint64_t bytes =
+                (below(3) ? ~std::uint64_t{0} : 0) & (std::uint64_t{random32()} << 32 | random32());
+            std::memcpy(&all[0][i], words, 8);
+            std::memcpy(&all[1][i], &wide, 8);
+            std::memcpy(&all[2][i], masks, 8);
+            std::memcpy(&all[3][i], &bytes, 8);
+        }
+        return all;
+    }();
+    return soups[static_cast<std::size_t>(content)];
+}
+const std::byte* ladle(Content content, Count bytes) {
+    const auto& s = soup(content);
+    return &s[below(static_cast<std::uint32_t>((static_cast<Count>(s.size()) - bytes) / 8)) * 8];
+}
+
+// ---- The case at work, for the report.
+
+const Row* theRow;
+const Case* theCase;
+
+Count extent(const Operand& o, Count count) { return (o.fixed ? o.fixed : o.perCount * count) * o.size; }
+
+std::string describeCase() {
+    const Row& row = *theRow;
+    const Case& c = *theCase;
+    std::string text =
+        row.name + "\n  flag " + (c.flag ? "set" : "clear") + ", count " + std::to_string(c.count);
+    char line[120];
+    std::snprintf(line, sizeof line, ", MXCSR %04x\n", c.control);
+    text += line;
+    for (std::size_t k = 0; k < row.operands.size(); ++k) {
+        const Operand& o = row.operands[k];
+        if (!o.array)
+            std::snprintf(line, sizeof line, "  operand %zu: value %0*llx\n", k, 2 * o.size,
+                          static_cast<unsigned long long>(c.values[k]));
+        else if (c.places[k].null)
+            std::snprintf(line, sizeof line, "  operand %zu: null\n", k);
+        else
+            std::snprintf(line, sizeof line, "  operand %zu: phase %lld, memory %d from byte %lld of %lld\n",
+                          k, static_cast<long long>(phaseOf(c.at(Side::library, k))), c.places[k].pane,
+                          static_cast<long long>(c.places[k].offset), static_cast<long long>(paneBytes));
+        text += line;
+    }
+    return text;
+}
+
+/// Which element of which operand a byte belongs to, and what part of the work that is.
+std::string whereIs(int pane, Count byte) {
+    for (std::size_t k = 0; k < theRow->operands.size(); ++k) {
+        const Operand& o = theRow->operands[k];
+        const Place& p = theCase->places[k];
+        if (!o.array || p.null || p.pane != pane || byte < p.offset) continue;
+        if (byte >= p.offset + extent(o, theCase->count)) continue;
+        const Count i = (byte - p.offset) / o.size;
+        std::string text = "operand " + std::to_string(k) + ", index " + std::to_string(i);
+        if (theRow->order)
+            for (const Step& s : theRow->order(*theRow, *theCase))
+                if (i >= s.first && i < s.first + s.lanes)
+                    text += s.lanes == 4 ? ", in the lane group of " + std::to_string(s.first)
+                            : i < phaseOf(theCase->at(Side::library, k)) ? ", element, in the first ones"
+                                                                         : ", element";
+        return text;
+    }
+    return "outside of all operands";
+}
+
+[[noreturn]] void crashed(int signal, siginfo_t* info, void*) {
+    std::fprintf(stderr, "signal %d at %p in ", signal, info->si_addr);
+    if (theCase) {
+        std::fprintf(stderr, "%s", describeCase().c_str());
+        for (int pane = 0; pane < panes; ++pane) {
+            const Count byte = static_cast<std::byte*>(info->si_addr) - paneMemory(Side::library, pane);
+            if (byte >= -page && byte < paneBytes + page)
+                std::fprintf(stderr, "  byte %lld of memory %d\n", static_cast<long long>(byte), pane);
+        }
+    }
+    _exit(3);
+}
+
+// ---- One case
+
+bool quietNaN(std::uint32_t word) { return (word & 0x7FC00000) == 0x7FC00000; }
+
+/// Compares one pane's window; where the model leaves the NaN open, the library's is replaced by the model's.
+bool sameWindow(int pane, Count from, Count to, std::string& message) {
+    std::byte* got = paneMemory(Side::library, pane);
+    const std::byte* want = paneMemory(Side::model, pane);
+    if (std::memcmp(got + from, want + from, static_cast<std::size_t>(to - from)) == 0) return true;
+    for (Count i = from & ~Count{3}; i < to; i += 4) {
+        std::uint32_t g, w;
+        std::memcpy(&g, got + i, 4);
+        std::memcpy(&w, want + i, 4);
+        const bool open = (w == anyNaN && quietNaN(g)) || w == static_cast<std::uint32_t>(anyNaN64) ||
+                          (w == anyNaN64 >> 32 && (g & 0x7FF80000) == 0x7FF80000);
+        if (g != w && !open) {
+            char line[100];
+            std::snprintf(line, sizeof line, ": wanted %08x, got %08x\n", w, g);
+            message = describeCase() + "  " + whereIs(pane, i) + line;
+            return false;
+        }
+        std::memcpy(got + i, &w, 4);
+    }
+    return true;
+}
+
+bool sameResult(std::uint64_t got, std::uint64_t want) {
+    return got == want || (std::isnan(std::bit_cast<double>(want)) && std::isnan(std::bit_cast<double>(got)));
+}
+
+/// Fills the memory, calls member and model, compares everything. False ends the row.
+bool run(const Row& row, Case& c) {
+    theRow = &row;
+    theCase = &c;
+    Count from[panes], to[panes];
+    std::fill_n(from, panes, paneBytes);
+    std::fill_n(to, panes, Count{0});
+    c.values.assign(row.operands.size(), 0);
+    for (std::size_t k = 0; k < row.operands.size(); ++k) {
+        const Operand& o = row.operands[k];
+        const Place& p = c.places[k];
+        if (!o.array) {
+            std::memcpy(&c.values[k], ladle(o.content, 8), static_cast<std::size_t>(o.size));
+        } else if (!p.null) {
+            const Count first = std::max<Count>(p.offset - margin, 0) & ~Count{7};
+            const Count last = std::min(p.offset + extent(o, c.count) + margin, paneBytes);
+            from[p.pane] = std::min(from[p.pane], first);
+            to[p.pane] = std::max(to[p.pane], last);
+            // Shifted, so that values of this operand's type start at its elements.
+            const Count shift = (p.offset - first) % 8;
+            std::memcpy(paneMemory(Side::library, p.pane) + first,
+                        ladle(o.content, last - first + 8) + (8 - shift) % 8,
+                        static_cast<std::size_t>(last - first));
+        }
+    }
+    if (row.adjust) row.adjust(c, [] { return random32(); });
+    for (int k = 0; k < panes; ++k)
+        if (from[k] < to[k])
+            std::memcpy(paneMemory(Side::model, k) + from[k], paneMemory(Side::library, k) + from[k],
+                        static_cast<std::size_t>(to[k] - from[k]));
+
+    ZEL_Math::forceSIMD(c.flag);
+    _mm_setcsr(c.control);
+    const std::uint64_t got = row.call(c);
+    const unsigned after = _mm_getcsr();
+    _mm_setcsr(c.control & ~0x3Fu);
+    const std::uint64_t want = row.model(row, c);
+    _mm_setcsr(0x1F80);
+
+    std::string message;
+    // Control bits as before, and no raised flag lowered.
+    if ((after & ~0x3Fu) != (c.control & ~0x3Fu) || (c.control & ~after & 0x3F))
+        message = describeCase() + "  MXCSR afterwards: " + std::to_string(after) + "\n";
+    else if (!sameResult(got, want)) {
+        char line[100];
+        std::snprintf(line, sizeof line, "  result: wanted %016llx, got %016llx\n",
+                      static_cast<unsigned long long>(want), static_cast<unsigned long long>(got));
+        message = describeCase() + line;
+    }
+    for (int k = 0; k < panes && message.empty(); ++k)
+        if (from[k] < to[k] && sameWindow(k, from[k], to[k], message))
+            digest(row.estimate, paneMemory(Side::library, k) + from[k],
+                   static_cast<std::size_t>(to[k] - from[k]));
+    const std::uint64_t result = std::isnan(std::bit_cast<double>(want)) ? anyNaN64 : got;
+    digest(row.estimate, reinterpret_cast<const std::byte*>(&result), sizeof result);
+    theCase = nullptr;
+    if (!message.empty()) ADD_FAILURE() << message;
+    return message.empty();
+}
+
+// ---- The sweep over cases
+
+/// MXCSR as most callers have it, or any rounding with or without denormals, and some flags already up.
+unsigned anyControl() {
+    if (below(3)) return 0x1F80 | (below(4) ? 0 : below(64));
+    return 0x1F80 | below(4) << 13 | below(2) << 15 | below(2) << 6 | below(64);
+}
+
+class Sweep {
+public:
+    explicit Sweep(const Row& r) : row(r) {
+        for (std::size_t k = 0; k < row.operands.size(); ++k)
+            if (row.operands[k].array) arrays.push_back(k);
+    }
+
+    bool all() {
+        for (const bool flag : {false, true}) {
+            c.flag = flag;
+            if (!apart() || !edges() || !overlapped()) return false;
+        }
+        for (int pane = 0; pane < panes; ++pane)
+            if (std::memcmp(paneMemory(Side::library, pane), paneMemory(Side::model, pane), paneBytes) != 0) {
+                ADD_FAILURE() << row.name << " wrote far away from its operands";
+                return false;
+            }
+        return true;
+    }
+
+private:
+    bool once() {
+        c.control = anyControl();
+        for (const std::size_t k : arrays) c.places[k].null = row.operands[k].nullable && below(2);
+        return run(row, c);
+    }
+
+    /// In the middle of the pane, `slot` elements behind a 16-byte boundary.
+    void place(std::size_t k, int pane, std::uint32_t slot) {
+        const int size = row.operands[k].size;
+        c.places[k] = {pane, paneBytes / 2 - paneBytes / 8 + (slot * static_cast<std::uint32_t>(size)) % 16,
+                       false};
+    }
+    void placeApart(std::uint32_t slots) {
+        c.places.assign(row.operands.size(), {});
+        for (std::size_t n = 0; n < arrays.size(); ++n, slots >>= 2)
+            place(arrays[n], static_cast<int>(n), row.operands[arrays[n]].size < 4 ? below(16) : slots & 3);
+    }
+
+    /// Every combination of phases, each array in memory of its own.
+    bool apart() {
+        const std::uint32_t combinations = 1u << 2 * arrays.size();
+        for (std::uint32_t slots = 0; slots < combinations; ++slots) {
+            const bool same = std::all_of(arrays.begin(), arrays.end(), [&, n = 0](auto) mutable {
+                return (slots >> 2 * n++ & 3) == (slots & 3);
+            });
+            // Equal phases are where lanes run; there, every count and the large ones.
+            for (c.count = 0; c.count <= 20; c.count += same ? 1 : 1 + below(4)) {
+                placeApart(slots);
+                if (!once()) return false;
+            }
+            for (const Count large : row.large) {
+                if (!same && below(8)) continue;
+                c.count = large + below(4);
+                placeApart(slots);
+                if (!once()) return false;
+            }
+        }
+        return true;
+    }
+
+    /// Arrays that begin right behind an unreadable page or end right before one.
+    bool edges() {
+        for (c.count = 0; c.count <= 40; ++c.count)
+            for (std::uint32_t which = 0; which < 1u << arrays.size(); ++which) {
+                placeApart(0);
+                for (std::size_t n = 0; n < arrays.size(); ++n)
+                    c.places[arrays[n]].offset =
+                        which >> n & 1 ? 0 : paneBytes - extent(row.operands[arrays[n]], c.count);
+                if (!once()) return false;
+            }
+        return true;
+    }
+
+    /// Pairs in the same memory, shifted by up to nine elements of the smaller kind; the others anywhere.
+    bool overlapped() {
+        for (std::size_t first = 0; first < arrays.size(); ++first)
+            for (std::size_t second = first + 1; second < arrays.size(); ++second)
+                for (int shift = -9; shift <= 9; ++shift)
+                    for (int repeat = 0; repeat < 40; ++repeat) {
+                        c.count = repeat < 36
+                                      ? repeat
+                                      : row.large[below(static_cast<std::uint32_t>(row.large.size()))];
+                        placeApart(below(2) ? below(4) * 0x55 : random32());
+                        overlap(arrays[first], arrays[second], shift);
+                        for (const std::size_t third : arrays)  // sometimes all in one memory
+                            if (third != arrays[first] && third != arrays[second] && !below(3))
+                                overlap(arrays[first], third, static_cast<int>(below(19)) - 9);
+                        if (!once()) return false;
+                    }
+        return true;
+    }
+    void overlap(std::size_t onto, std::size_t k, int shift) {
+        const int a = row.operands[onto].size, b = row.operands[k].size;
+        Count offset = c.places[onto].offset + shift * std::min(a, b) * (below(8) ? 1 : 16);
+        offset -= offset % b;  // aligned to its own elements
+        c.places[k] = {c.places[onto].pane, std::max<Count>(offset, 0), false};
+    }
+
+    const Row& row;
+    std::vector<std::size_t> arrays;
+    Case c;
+};
+
+class RowTest : public testing::Test {
+public:
+    explicit RowTest(const Row& r) : row(r) {}
+    void TestBody() override {
+        random32.seed(static_cast<unsigned>(std::hash<std::string>()(row.name)));
+        Sweep(row).all();
+    }
+
+private:
+    const Row& row;
+};
+
+}  // namespace
+
+std::byte* Case::at(Side side, std::size_t operand) const {
+    const Place& p = places[operand];
+    return p.null ? nullptr : paneMemory(side, p.pane) + p.offset;
+}
+
+std::vector<Row>& rows() {
+    static std::vector<Row> all;
+    return all;
+}
+
+bool usesLanes(const Row& row, const Case& c) {
+    return row.kind == Kind::simd || (row.kind == Kind::dispatching && c.flag);
+}
+
+bool samePhase(const Row& row, const Case& c) {
+    Count common = -1;
+    for (std::size_t k = 0; k < row.operands.size(); ++k) {
+        if (!row.operands[k].array || row.operands[k].size != 4) continue;  // samples have no phase
+        const Count phase = phaseOf(c.at(Side::library, k));
+        if (common >= 0 && phase != common) return false;
+        common = phase;
+    }
+    return true;
+}
+
+Steps upward(Count num) {
+    Steps steps;
+    for (Count i = 0; i < num; ++i) steps.push_back({i, 1});
+    return steps;
+}
+
+Steps alignedRoute(Count phase, Count num) {
+    const Count lead = std::min(phase, num), groups = (num - lead) / 4;
+    Steps steps = upward(lead);
+    for (Count i = num - 1; i >= lead + 4 * groups; --i) steps.push_back({i, 1});
+    for (Count g = 0; g < groups; ++g) steps.push_back({lead + 4 * g, 4});
+    return steps;
+}
+
+Steps standardOrder(const Row& row, const Case& c) {
+    if (!usesLanes(row, c) || !samePhase(row, c)) return upward(c.count);
+    for (std::size_t k = 0; k < row.operands.size(); ++k)
+        if (row.operands[k].array && row.operands[k].size == 4)
+            return alignedRoute(phaseOf(c.at(Side::library, k)), c.count);
+    return upward(c.count);
+}
+
+std::string symbolOf(const void* member) {
+    Dl_info info{};
+    if (!dladdr(member, &info) || info.dli_saddr != member) return "";
+    char* plain = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, nullptr);
+    std::string name = plain ? plain : info.dli_sname;
+    std::free(plain);
+    return name;
+}
+
+}  // namespace test
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    struct sigaction action {};
+    action.sa_sigaction = test::crashed;
+    action.sa_flags = SA_SIGINFO;
+    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) sigaction(signal, &action, nullptr);
+    for (test::Row& row : test::rows()) {
+        row.name = test::symbolOf(row.member);
+        testing::RegisterTest("Rows", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
+                              [&row]() -> testing::Test* { return new test::RowTest(row); });
+    }
+    const int result = RUN_ALL_TESTS();
+    test::printDigests();
+    return result;
+}
