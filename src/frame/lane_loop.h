@@ -48,14 +48,11 @@ inline void store(float* d, __m128 x) { _mm_store_ps(d, x); }
 inline void store(int* d, __m128i x) { _mm_store_si128(reinterpret_cast<__m128i*>(d), x); }
 
 /// Bits 2 and 3 are 0 exactly when x has the phase of d.
-template <class T>
-std::uintptr_t phaseGap(const void* d, const T* x) {
+inline std::uintptr_t phaseGap(const void* d, const void* x) {
     return reinterpret_cast<std::uintptr_t>(d) ^ reinterpret_cast<std::uintptr_t>(x);
 }
-template <class Value>
-std::uintptr_t phaseGap(const void*, Value) {
-    return 0;
-}
+inline std::uintptr_t phaseGap(const void*, float) { return 0; }
+inline std::uintptr_t phaseGap(const void*, int) { return 0; }
 template <class... X>
 bool inPhase(const void* d, X... x) {
     return ((phaseGap(d, x) | ... | 0) & 12) == 0;

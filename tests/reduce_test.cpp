@@ -1,0 +1,94 @@
+// Rows and worked values of the reductions.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "signatures.h"
+
+using namespace test;
+
+namespace {
+
+std::uint64_t bits(double x) { return std::bit_cast<std::uint64_t>(x); }
+
+/// Rounded to float; an open NaN stays open.
+float narrow(double x) { return bits(x) == anyNaN64 ? std::bit_cast<float>(anyNaN) : static_cast<float>(x); }
+
+/// The model of a blocked sum. term(i, lane) forms one float term on the model's memory, by element or lane formula.
+template <class Term>
+double blocked(const Row& row, const Case& c, Term term) {
+    const auto stretch = [&](Count first, Count num) {
+        double total = 0;
+        for (Count i = first; i < first + num; ++i) total += static_cast<double>(term(i, false));
+        return total;
+    };
+    if (!usesLanes(row, c) || !samePhase(row, c)) return stretch(0, c.count);
+    double total = 0;
+    const Count lead = std::min(phaseOf(c.at(Side::library, 0)), c.count), groups = (c.count - lead) / 4;
+    if (lead) total += stretch(0, lead);
+    total += stretch(lead + 4 * groups, c.count - lead - 4 * groups);
+    for (Count block = 0; block < groups; block += 256) {
+        float sums[4] = {};
+        for (Count g = block; g < std::min(block + 256, groups); ++g) {
+            float terms[4];
+            for (int l = 0; l < 4; ++l) terms[l] = term(lead + 4 * g + l, true);
+            for (int l = 0; l < 4; ++l) sums[l] += terms[l];
+        }
+        total += static_cast<double>(((sums[0] + sums[1]) + sums[2]) + sums[3]);
+    }
+    return total;
+}
+
+template <class Signature, class Term>
+void reduction(Signature* member, Kind kind, Term term) {
+    modelRow<Signature>(member, kind, [=](const Row& row, const Case& c) {
+        return bits(blocked(row, c, [&](Count i, bool lane) { return term(row, c, i, lane); }));
+    }).large = {67, 1020, 1024, 1025, 2049, 3000, 4100};
+}
+
+using Dot = double(const float*, const float*, Count);
+using Update = double(float*, const float*, const float*, Count);
+
+const Register reductions([] {
+    const auto dot = [](const Row&, const Case& c, Count i, bool) {
+        return c.load<float>(0, i) * c.load<float>(1, i);
+    };
+    reduction<Dot>(Z::dot, Kind::dispatching, dot);
+    reduction<Dot>(Z::dotSIMD, Kind::simd, dot);
+    reduction<Dot>(Z::dotSISD, Kind::loop, dot);
+
+    const auto update = [](const Row&, const Case& c, Count i, bool) {
+        c.save(0, i, product(c.load<float>(2, i), c.load<float>(1, i)));
+        return c.load<float>(0, i) * c.load<float>(1, i);  // a as it now stands
+    };
+    reduction<Update>(Z::mulAndDotDA, Kind::dispatching, update);
+    reduction<Update>(Z::mulAndDotDASIMD, Kind::simd, update);
+    reduction<Update>(Z::mulAndDotDASISD, Kind::loop, update);
+
+    const auto norm = [](const Row& row, const Case& c, Count i, bool lane) {
+        const float d = c.load<float>(0, i), a = c.load<float>(1, i);
+        const double b = row.kind == Kind::simd ? static_cast<double>(c.value<float>(2))
+                         : usesLanes(row, c)    ? static_cast<double>(static_cast<float>(c.value<double>(2)))
+                                                : c.value<double>(2);
+        const float u = lane ? sum(product(static_cast<float>(b), a), d)
+                             : narrow(sum(product(static_cast<double>(a), b), static_cast<double>(d)));
+        c.save(0, i, u);
+        return u * u;
+    };
+    reduction<double(float*, const float*, double, Count)>(Z::maddAndNorm, Kind::dispatching, norm);
+    reduction<double(float*, const float*, float, Count)>(Z::maddAndNormSIMD, Kind::simd, norm);
+    reduction<double(float*, const float*, double, Count)>(Z::maddAndNormSISD, Kind::loop, norm);
+
+    const auto zeros = [](const Row&, const Case& c) {
+        std::uint32_t count = 0;
+        for (Count i = 0; i < c.count; ++i) count += c.load<int>(0, i) == 0;
+        return std::uint64_t{count};
+    };
+    using Zeros = int(const int*, Count);
+    for (Zeros* member : {Z::zerocount, Z::zerocountSIMD, Z::zerocountSISD}) {
+        Row& row = modelRow<Zeros>(member, Kind::loop, zeros);
+        row.operands[0].content = Content::masks;  // zeros half of the time
+    }
+});
+
+}  // namespace
