@@ -21,7 +21,7 @@ refused() {
 # makes WIDTH HEIGHT BITS FILE ARGUMENT...: a PNG whose header says so. The three lie behind 16 bytes.
 makes() {
     local wanted="$1 $2 $3" file=$4 a
-    "$panorama" in.exr "$file" "${@:5}" >said || fault "failed: ${*:5}"
+    "$panorama" in.exr "$file" "${@:5}" >said || { fault "failed: ${*:5}"; return; }
     read -ra a < <(od -An -tu1 -j16 -N9 "$file")
     [[ "$((a[2] * 256 + a[3])) $((a[6] * 256 + a[7])) ${a[8]}" == "$wanted" ]] || fault "not $wanted: ${*:5}"
     [[ $(head -c4 "$file" | od -An -c | tr -d ' ') == '211PNG' ]] || fault "not a PNG: ${*:5}"

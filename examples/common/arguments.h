@@ -1,0 +1,74 @@
+// Command lines: options with a value each, numbers that are checked, and one line for whatever is wrong.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <initializer_list>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+/// The words of a command line, taken from the front. `--name=value` counts as two words.
+class Arguments {
+public:
+    Arguments(int argc, char** argv) {
+        for (int i = 1; i < argc; ++i) {
+            const std::string word = argv[i];
+            const auto equals = word.starts_with("--") ? word.find('=') : std::string::npos;
+            words.push_back(word.substr(0, equals));
+            if (equals != std::string::npos) words.push_back(word.substr(equals + 1));
+        }
+    }
+
+    bool empty() const { return words.empty(); }
+
+    std::string next() {
+        std::string word = words.front();
+        words.pop_front();
+        return word;
+    }
+    std::string value(const std::string& option) {
+        if (empty()) throw std::runtime_error(option + " needs a value");
+        return next();
+    }
+    /// A finite number from `lowest` to `highest`.
+    double number(const std::string& option, double lowest, double highest) {
+        const std::string text = value(option);
+        char* end = nullptr;
+        const double x = std::strtod(text.c_str(), &end);
+        if (text.empty() || *end || !std::isfinite(x))
+            throw std::runtime_error(option + " takes a number, not '" + text + "'");
+        if (x < lowest || x > highest) {
+            char range[64];
+            std::snprintf(range, sizeof range, " takes a number from %g to %g, not '", lowest, highest);
+            throw std::runtime_error(option + range + text + "'");
+        }
+        return x;
+    }
+    std::string oneOf(const std::string& option, std::initializer_list<const char*> names) {
+        const std::string text = value(option);
+        std::string all;
+        for (const char* name : names) {
+            if (text == name) return text;
+            all += (all.empty() ? "" : " or ") + std::string(name);
+        }
+        throw std::runtime_error(option + " takes " + all + ", not '" + text + "'");
+    }
+    /// Width and height, written 640x480, each from 1 to `largest`.
+    std::pair<std::int64_t, std::int64_t> size(const std::string& option, std::int64_t largest) {
+        const std::string text = value(option);
+        long long width = 0, height = 0;
+        int read = 0;
+        if (std::sscanf(text.c_str(), "%6lldx%6lld%n", &width, &height, &read) != 2 ||
+            read != int(text.size()) || width < 1 || height < 1 || width > largest || height > largest)
+            throw std::runtime_error(option + " takes a width and a height from 1 to " +
+                                     std::to_string(largest) + ", as in 640x480, not '" + text + "'");
+        return {width, height};
+    }
+
+private:
+    std::deque<std::string> words;
+};

@@ -1,0 +1,62 @@
+// What is to be shown and how, and one strip of the picture on its way through the steps.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "common/image.h"
+
+struct Options {
+    double yaw = 0, pitch = 0, fov = 100;  // degrees; fov is the width of the view
+    std::int64_t width = 960, height = 540;
+    float offset = 0;
+    std::string tone = "filmic";
+    bool markClipped = false, flat = false;
+    int bits = 8;
+};
+
+struct Scene {
+    const Image& panorama;
+    const Options& options;
+    float gain;            // factor on every sample
+    float camera[4][4]{};  // from (pixels to the right, pixels up, 1, 0) around the centre to a direction
+
+    Scene(const Image& panorama, const Options& options, float gain);
+};
+
+/// All arrays of a strip begin on a cache line, and strips are short enough for the second cache.
+struct Strip {
+    static constexpr std::int64_t longest = 8192;
+
+    explicit Strip(std::int64_t first, std::int64_t count);
+
+    /// Everything computed so far, for comparing two strips bit by bit.
+    std::vector<std::span<const std::byte>> memory() const;
+    std::vector<std::span<const float>> floats() const;
+
+    std::int64_t first, count;                    // pixels of the picture, row after row
+    Floats ray;                                   // a vector of four per pixel
+    Floats x, y, z;                               // direction: right, up, forward
+    Floats length, shrink;                        // square of the length; factor to length 1
+    Floats across, down;                          // angles, then texels, then fractions of a texel
+    Array<int> column, row;                       // whole texels
+    std::array<std::array<Floats, 4>, 3> corner;  // per channel: upper left and right, lower left and right
+    std::array<Floats, 3> channel;                // the picture
+    Floats scratch, other;
+    Array<int> kept;  // 0 where a pixel is blown
+    std::int64_t blown = 0;
+    std::array<Array<std::uint8_t>, 3> byte;
+    std::array<Array<std::uint16_t>, 3> word;
+};
+
+struct Step {
+    const char* name;
+    void (*run)(const Scene&, Strip&);
+    bool plain = false;  // a loop of this program, without the library
+};
+
+/// The steps from pixel positions to light, and from there to stored samples.
+extern const std::vector<Step> viewSteps, flatSteps;
+std::vector<Step> colourSteps(const Options& options);
