@@ -90,18 +90,23 @@ const Register reciprocalAndRoots([] {
     only<DD>(Z::isqrt, inverseRoot);
 });
 
-// Choices below are written on words: what is chosen comes through bit for bit.
+// The instructions' own minimum and maximum. Where the caller has denormals taken for zeros they give zeros, which a
+// comparison and a choice don't.
+float least(float p, float q) { return _mm_cvtss_f32(_mm_min_ss(_mm_set_ss(p), _mm_set_ss(q))); }
+float greatest(float p, float q) { return _mm_cvtss_f32(_mm_max_ss(_mm_set_ss(p), _mm_set_ss(q))); }
+
 const Register signAndRange([] {
     const auto abs = [](auto& d, auto a) { d = std::copysign(a, decltype(a)(1)); };
     const auto negate = [](auto& d, auto a) { d = std::copysign(a, std::signbit(a) ? 1.0f : -1.0f); };
-    both<FF>(Z::abs, Z::absSIMD, abs, [](float& d, float a) { d = 0.0f - a > a ? 0.0f - a : a; });
+    both<FF>(Z::abs, Z::absSIMD, abs, [](float& d, float a) { d = greatest(0.0f - a, a); });
     only<DD>(Z::abs, abs);
     both<FF>(Z::negate, Z::negateSIMD, negate, [](float& d, float a) { d = 0.0f - a; });
     only<DD>(Z::negate, negate);
+    const std::size_t first = rows().size();
     const auto min = [](auto& d, auto a, auto b) { d = b < a ? b : a; };
-    const auto minLane = [](float& d, float a, float b) { d = a < b ? a : b; };
+    const auto minLane = [](float& d, float a, float b) { d = least(a, b); };
     const auto max = [](auto& d, auto a, auto b) { d = b > a ? b : a; };
-    const auto maxLane = [](float& d, float a, float b) { d = a > b ? a : b; };
+    const auto maxLane = [](float& d, float a, float b) { d = greatest(a, b); };
     both<FFF>(Z::zelmin, Z::zelminSIMD, min, minLane);
     both<FFV>(Z::zelmin, Z::zelminSIMD, min, minLane);
     only<DDD>(Z::zelmin, min);
@@ -110,15 +115,15 @@ const Register signAndRange([] {
     both<FFV>(Z::zelmax, Z::zelmaxSIMD, max, maxLane);
     only<DDD>(Z::zelmax, max);
     only<DDV>(Z::zelmax, max);
+    // Whether an element choice is that instruction is the compiler's, so denormals stay denormals here.
+    for (std::size_t k = first; k < rows().size(); ++k)
+        rows()[k].adjust = [](Case& c, const auto&) { c.control &= ~0x40u; };
     both<void(float*, const float*, float, float, Count)>(
         Z::clamp, Z::clampSIMD,
         [](float& d, float a, float lo, float hi) { d = lo >= a   ? lo
                                                         : hi <= a ? hi
                                                                   : a; },
-        [](float& d, float a, float lo, float hi) {
-            const float t = hi < a ? hi : a;
-            d = lo > t ? lo : t;
-        });
+        [](float& d, float a, float lo, float hi) { d = greatest(lo, least(hi, a)); });
 });
 
 using FFFF = void(float*, const float*, const float*, const float*, Count);

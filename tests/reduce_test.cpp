@@ -12,7 +12,7 @@ namespace {
 std::uint64_t bits(double x) { return std::bit_cast<std::uint64_t>(x); }
 
 /// Rounded to float; an open NaN stays open.
-float narrow(double x) { return bits(x) == anyNaN64 ? std::bit_cast<float>(anyNaN) : static_cast<float>(x); }
+float rounded(double x) { return bits(x) == anyNaN64 ? std::bit_cast<float>(anyNaN) : static_cast<float>(x); }
 
 /// The model of a blocked sum. term(i, lane) forms one float term on the model's memory, by element or lane formula.
 template <class Term>
@@ -67,11 +67,12 @@ const Register reductions([] {
 
     const auto norm = [](const Row& row, const Case& c, Count i, bool lane) {
         const float d = c.load<float>(0, i), a = c.load<float>(1, i);
-        const double b = row.kind == Kind::simd ? static_cast<double>(c.value<float>(2))
-                         : usesLanes(row, c)    ? static_cast<double>(static_cast<float>(c.value<double>(2)))
-                                                : c.value<double>(2);
-        const float u = lane ? sum(product(static_cast<float>(b), a), d)
-                             : narrow(sum(product(static_cast<double>(a), b), static_cast<double>(d)));
+        // The SIMD member is given a float; the dispatching one narrows its double for it.
+        const bool simd = usesLanes(row, c), given = row.kind == Kind::simd;
+        const float narrow = given ? c.value<float>(2) : static_cast<float>(c.value<double>(2));
+        const double b = simd ? static_cast<double>(narrow) : c.value<double>(2);
+        const float u = lane ? sum(product(narrow, a), d)
+                             : rounded(sum(product(static_cast<double>(a), b), static_cast<double>(d)));
         c.save(0, i, u);
         return u * u;
     };
