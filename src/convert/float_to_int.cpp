@@ -14,16 +14,16 @@ struct Cast {
     static __m128i lanes(__m128 x) { return _mm_cvttps_epi32(x); }
 };
 
-/// The floor by bits alone, so that neither the rounding mode nor denormals-are-zero reaches it: the
-/// truncation, less one where it lies above a negative x. A float compare would take a negative denormal for
-/// 0.
+/// The floor by bits alone, so that neither the rounding mode nor denormals-are-zero reaches it: the truncation,
+/// less one where it lies above a negative x. A float compare would take a negative denormal for 0.
 int bitFloor(float x) {
-    constexpr int noInteger = -2147483647 - 1, negativeZero = noInteger;
-    const int bits = std::bit_cast<int>(x);
+    constexpr int sign = -2147483647 - 1;
+    const int bits = std::bit_cast<int>(convertible(x));
     const int q = truncate(x);
-    const int above = (bits < 0) & (bits != negativeZero) & (q != noInteger) &
-                      (std::bit_cast<int>(static_cast<float>(q)) != bits);
-    return q - above;
+    // The sign bit makes -0 of the truncation 0, which -0 equals and -0.5 doesn't.
+    const int differs = -static_cast<int>((std::bit_cast<int>(static_cast<float>(q)) | sign) != bits);
+    const int negative = bits >> 31;
+    return q + (negative & differs);
 }
 
 struct Floor {

@@ -38,29 +38,51 @@ struct MapToSample {
     }
 };
 
-// ---- Packing: the low bits of 32-bit words. Packs saturate, so the words are brought into their range
-// first.
+// ---- Packing. The processor's packs saturate, so words out of their range lose their high bits first.
 
-inline __m128i lowHalves(__m128i x, __m128i y) {
-    return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(x, 16), 16),
-                           _mm_srai_epi32(_mm_slli_epi32(y, 16), 16));
+/// Any words; their low bits.
+struct LowBits {
+    static __m128i halves(__m128i x, __m128i y) {
+        return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(x, 16), 16),
+                               _mm_srai_epi32(_mm_slli_epi32(y, 16), 16));
+    }
+    static __m128i bytes(__m128i x, __m128i y) {
+        const __m128i low = _mm_set1_epi32(0xFF);
+        return _mm_packs_epi32(_mm_and_si128(x, low), _mm_and_si128(y, low));
+    }
+};
+
+/// Words from 0 to 255 (bytes) or 32767 (halves), which no pack changes.
+struct InRange {
+    static __m128i halves(__m128i x, __m128i y) { return _mm_packs_epi32(x, y); }
+    static __m128i bytes(__m128i x, __m128i y) { return _mm_packs_epi32(x, y); }
+};
+
+template <class Pack>
+void storeFour(std::uint16_t* d, __m128i x) {
+    _mm_storeu_si64(d, Pack::halves(x, x));
 }
-inline __m128i lowBytes(__m128i x, __m128i y) {
-    const __m128i byte = _mm_set1_epi32(0xFF);
-    return _mm_packs_epi32(_mm_and_si128(x, byte), _mm_and_si128(y, byte));
+template <class Pack>
+void storeFour(std::uint8_t* d, __m128i x) {
+    const __m128i words = Pack::bytes(x, x);
+    _mm_storeu_si32(d, _mm_packus_epi16(words, words));
+}
+template <class Pack>
+void storeSixteen(std::uint16_t* d, __m128i x, __m128i y, __m128i z, __m128i w) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), Pack::halves(x, y));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 8), Pack::halves(z, w));
+}
+template <class Pack>
+void storeSixteen(std::uint8_t* d, __m128i x, __m128i y, __m128i z, __m128i w) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_packus_epi16(Pack::bytes(x, y), Pack::bytes(z, w)));
 }
 
-inline void storeSamples(std::uint16_t* d, __m128i x) { _mm_storeu_si64(d, lowHalves(x, x)); }
-inline void storeSamples(std::uint8_t* d, __m128i x) {
-    const __m128i halves = lowBytes(x, x);
-    _mm_storeu_si32(d, _mm_packus_epi16(halves, halves));
-}
-inline void storeSamples(std::uint16_t* d, __m128i x, __m128i y, __m128i z, __m128i w) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), lowHalves(x, y));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 8), lowHalves(z, w));
-}
-inline void storeSamples(std::uint8_t* d, __m128i x, __m128i y, __m128i z, __m128i w) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_packus_epi16(lowBytes(x, y), lowBytes(z, w)));
+/// The lane groups from element i to end. sixteen: four groups may be stored at once.
+template <class Pack, class Sample, class Lanes>
+void sampleGroups(Sample* d, Count i, Count end, bool sixteen, Lanes lanes) {
+    for (; sixteen && i + 16 <= end; i += 16)
+        storeSixteen<Pack>(d + i, lanes(i), lanes(i + 4), lanes(i + 8), lanes(i + 12));
+    for (; i < end; i += 4) storeFour<Pack>(d + i, lanes(i));
 }
 
 /// float to samples of 8 or 16 bits. d is written in elements, so only a has a phase.
@@ -68,19 +90,20 @@ template <class Sample>
 void wpointLanes(Sample* d, const float* a, float scale, float limit, float offset, Count num) {
     const Count lead = std::min<Count>(phase(a), num);
     const Count end = lead + ((num - lead) & ~Count{3});
-    for (Count i = 0; i < lead; ++i)
+    const auto element = [=](Count i) {
         d[i] = static_cast<Sample>(MapToSample::element(a[i], scale, limit, offset));
-    for (Count i = num; i-- > end;)
-        d[i] = static_cast<Sample>(MapToSample::element(a[i], scale, limit, offset));
+    };
+    for (Count i = 0; i < lead; ++i) element(i);
+    for (Count i = num; i-- > end;) element(i);
     const __m128 scales = spread(scale), limits = spread(limit), offsets = spread(offset);
-    const auto samples = [=](Count i) { return MapToSample::lanes(group(a, i), scales, limits, offsets); };
-    Count i = lead;
-    // Four groups in one store, where that store can't reach what the step has yet to read.
+    const auto lanes = [=](Count i) { return MapToSample::lanes(group(a, i), scales, limits, offsets); };
+    // Four groups in one store only where that store can't reach what the step has yet to read.
     const void* const aEnd = a + num;
-    if (static_cast<const void*>(d) <= a || static_cast<const void*>(d) >= aEnd)
-        for (; i + 16 <= end; i += 16)
-            storeSamples(d + i, samples(i), samples(i + 4), samples(i + 8), samples(i + 12));
-    for (; i < end; i += 4) storeSamples(d + i, samples(i));
+    const bool sixteen = static_cast<const void*>(d) <= a || static_cast<const void*>(d) >= aEnd;
+    if (limit < (sizeof(Sample) == 1 ? 256.0f : 32768.0f))
+        sampleGroups<InRange>(d, lead, end, sixteen, lanes);
+    else
+        sampleGroups<LowBits>(d, lead, end, sixteen, lanes);
 }
 void wpointLanes(float* d, const float* a, float scale, float limit, float offset, Count num) {
     lanes<Map>(d, num, a, scale, limit, offset);
