@@ -1,5 +1,6 @@
 // White point: float samples to stored samples of 8, 16 or 32 bits, and back.
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "convert/truncate.h"
@@ -16,9 +17,10 @@ namespace {
 struct Map {
     static float element(float a, float scale, float limit, float offset) {
         const float x = scale * a + offset;
-        // Two choices that don't depend on each other vectorise; one inside the other becomes a branch.
         const float below = x >= limit ? limit : x;
-        return x <= 0 ? 0 : below;
+        // A word mask for the 0, and not a second choice, which would become a branch.
+        const int keep = -static_cast<int>(!(x <= 0));
+        return std::bit_cast<float>(std::bit_cast<int>(below) & keep);
     }
     static __m128 lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         const __m128 x = _mm_add_ps(_mm_mul_ps(scale, a), offset);
