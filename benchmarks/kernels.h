@@ -1,0 +1,48 @@
+// What is measured: calls over one set of arrays, from the library and from what a user would write or pick instead.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace bench {
+
+using Count = std::int64_t;
+
+/// Arrays of one phase, or of phases apart; every kernel finds its operands here.
+struct Data {
+    float *d, *a, *b, *c;
+    int *i, *j, *k;
+    double *x, *y, *z;
+    std::uint8_t* bytes;
+    std::uint16_t* halves;
+    std::uint32_t* mask;
+};
+
+struct Kernel {
+    const char* name;  // the same name is the same work, whoever does it
+    void (*run)(const Data&, Count);
+};
+struct Kernels {
+    const Kernel* first;
+    std::size_t size;
+};
+
+/// The numbers that value operands stand for, known to no compiler.
+struct Values {
+    float third = 1.0f / 3, low = 0.25f, high = 0.75f, white = 255;
+    int four = 4;
+    float matrix[4][4] = {
+        {.6f, .1f, .1f, .1f}, {.1f, .6f, .1f, .1f}, {.1f, .1f, .6f, .1f}, {.1f, .1f, .1f, .6f}};
+};
+
+/// Where a sum goes, so that no compiler drops it.
+inline void keep(double x) { asm volatile("" : : "x"(x)); }
+
+}  // namespace bench
+
+/// Each peer is a library of its own, so that every call crosses a library boundary.
+#define BENCH_PEER(function) extern "C" __attribute__((visibility("default"))) bench::Kernels function()
+BENCH_PEER(plainKernels);
+BENCH_PEER(nativeKernels);
+BENCH_PEER(eigenKernels);
+BENCH_PEER(volkKernels);
