@@ -218,7 +218,9 @@ public:
     /// element (a NaN in a survives) and b by lane; so do zeros of two signs. In `clamp`, a NaN in a comes
     /// through and a NaN bound is no bound; an a equal to a bound gives the bound by element and a by lane,
     /// which shows on zeros; with lo > hi the element form gives lo up to lo and hi above, the lane form
-    /// always lo. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets.
+    /// always lo. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets. (In the
+    /// denormals-are-zero mode minps and maxps give zeros for denormals: lane forms do, `zelmin` and `zelmax`
+    /// element forms may.)
     /// @{
     static void abs(float* d, const float* a, std::int64_t num);
     static void abs(double* d, const double* a, std::int64_t num);
