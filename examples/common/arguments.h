@@ -1,12 +1,14 @@
 // Command lines: options with a value each, numbers that are checked, and one line for whatever is wrong.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <initializer_list>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -72,3 +74,21 @@ public:
 private:
     std::deque<std::string> words;
 };
+
+/// A whole main: `--help` anywhere prints the help, and what `run` throws becomes one line on standard error.
+inline int program(const char* name, const char* help, int argc, char** argv, void (*run)(Arguments)) {
+    std::string line;
+    try {
+        for (int i = 1; i < argc; ++i)
+            if (std::string(argv[i]) == "--help") return std::fputs(help, stdout) < 0;
+        run(Arguments(argc, argv));
+        return 0;
+    } catch (const std::bad_alloc&) {
+        line = "not enough memory";
+    } catch (const std::exception& e) {
+        line = e.what();
+        std::ranges::replace(line, '\n', ' ');
+    }
+    std::fprintf(stderr, "%s: %s\n", name, line.c_str());
+    return 1;
+}

@@ -1,5 +1,6 @@
 // From light to stored samples: exposure, tone curve, clipping, sRGB transfer, white point.
 #include "ZEL_Math.h"
+#include "common/srgb.h"
 #include "scene.h"
 
 namespace {
@@ -62,22 +63,9 @@ void range(const Scene&, Strip& s) {
     for (Floats& channel : s.channel) ZEL_Math::clamp(channel.data(), channel.data(), 0, 1, s.count);
 }
 
-// The transfer curve of sRGB: 12.92 x up to 0.0031308, and above it a sum of roots, at most 0.0016 off.
 void transfer(const Scene&, Strip& s) {
-    float *root = s.scratch.data(), *line = s.other.data();
-    const auto* mask = reinterpret_cast<const std::uint32_t*>(s.kept.data());
-    for (Floats& channel : s.channel) {
-        float* x = channel.data();
-        ZEL_Math::mul(line, x, 12.92f, s.count);
-        ZEL_Math::ge(s.kept.data(), x, 0.0031308f, s.count);
-        ZEL_Math::sqrt(root, x, s.count);
-        ZEL_Math::mul(x, root, 0.585122381f, s.count);
-        ZEL_Math::sqrt(root, root, s.count);
-        ZEL_Math::madd(x, root, 0.783140355f, s.count);
-        ZEL_Math::sqrt(root, root, s.count);
-        ZEL_Math::madd(x, root, -0.368262736f, s.count);
-        ZEL_Math::set(x, line, s.count, mask);
-    }
+    for (Floats& channel : s.channel)
+        toSrgb(channel.data(), s.scratch.data(), s.other.data(), s.kept.data(), s.count);
 }
 
 void quantise(const Scene& scene, Strip& s) {

@@ -176,17 +176,6 @@ void run(const Command& command) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        for (int i = 1; i < argc; ++i)
-            if (std::string(argv[i]) == "--help") return std::fputs(help, stdout) < 0;
-        run(parse(Arguments(argc, argv)));
-    } catch (const std::bad_alloc&) {
-        std::fputs("panorama: not enough memory\n", stderr);
-        return 1;
-    } catch (const std::exception& e) {
-        std::string line = e.what();
-        std::ranges::replace(line, '\n', ' ');
-        std::fprintf(stderr, "panorama: %s\n", line.c_str());
-        return 1;
-    }
+    return program("panorama", help, argc, argv,
+                   [](Arguments arguments) { run(parse(std::move(arguments))); });
 }
