@@ -14,21 +14,25 @@
 
 namespace zel {
 
-/// The number whose bits are the word 1, chosen against 0.
+/// What is chosen where a relation holds, against 0, and the word of such a choice; operand is any number at hand.
 template <class T>
 constexpr T truth{};
 template <>
-inline constexpr float truth<float> = std::bit_cast<float>(std::uint32_t{1});
+inline constexpr float truth<float> = std::bit_cast<float>(1);
 template <>
-inline constexpr double truth<double> = std::bit_cast<double>(std::uint64_t{1});
+inline constexpr double truth<double> = 1.0;
 
-/// The word of a choice between truth<T> and 0.
 inline int word(float choice, float) { return std::bit_cast<int>(choice); }
-// GCC can't narrow the mask of a double compare to an int at the baseline, but it can narrow 64-bit words. An operand
-// with bit 0 set, ANDed to the choice, changes nothing and keeps it from seeing a mask in them.
-inline int word(double choice, double operand) {
-    return static_cast<int>(std::bit_cast<std::uint64_t>(choice) &
-                            (std::bit_cast<std::uint64_t>(operand) | 1));
+inline int word(double choice, [[maybe_unused]] double operand) {
+#ifdef __clang__
+    // Bit 52 tells 1.0 from 0.0. Clang keeps the choice, and with it the kind of compare, as long as it stays one.
+    return static_cast<int>(std::bit_cast<std::uint64_t>(choice) >> 52) & 1;
+#else
+    // GCC's baseline can't narrow the mask of a double compare to an int, but it can narrow 64-bit words that the mask
+    // has chosen, as long as it can't tell in advance what they are: here, any odd one against 0.
+    const std::uint64_t odd = std::bit_cast<std::uint64_t>(operand) | 1;
+    return static_cast<int>((choice != 0 ? odd : 0) & 1);
+#endif
 }
 
 inline __m128i complement(__m128i mask) { return _mm_xor_si128(mask, _mm_set1_epi32(-1)); }

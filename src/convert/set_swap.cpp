@@ -33,13 +33,16 @@ struct MaskedCopy {
 };
 
 template <class T>
+void exchange(T& a, T& b) {
+    const T held = a;
+    a = b;
+    b = held;
+}
+
+template <class T>
 [[gnu::noinline]] void swapElements(T* a, T* b, Count num) {
     ZEL_UNROLL_ELEMENTS
-    for (Count i = 0; i < num; ++i) {
-        const T held = a[i];
-        a[i] = b[i];
-        b[i] = held;
-    }
+    for (Count i = 0; i < num; ++i) exchange(a[i], b[i]);
 }
 
 }  // namespace
@@ -75,7 +78,7 @@ void ZEL_Math::swap(double* a, double* b, Count num) { swapElements(a, b, num); 
 void ZEL_Math::swapSIMD(float* a, float* b, Count num) {
     if (!inPhase(a, b)) return swapElements(a, b, num);
     walk(
-        phase(a), num, [=](Count i) { swapElements(a + i, b + i, 1); },
+        phase(a), num, [=](Count i) { exchange(a[i], b[i]); },
         [=](Count i) {
             const __m128 held = group(a, i);
             store(a + i, group(b, i));

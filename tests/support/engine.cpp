@@ -437,9 +437,10 @@ Steps standardOrder(const Row& row, const Case& c) {
     return upward(c.count);
 }
 
-std::string symbolOf(const void* member) {
+std::string symbolOf(const void* member, std::string& library) {
     Dl_info info{};
     if (!dladdr(member, &info) || info.dli_saddr != member) return "";
+    library = info.dli_fname;
     char* plain = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, nullptr);
     std::string name = plain ? plain : info.dli_sname;
     std::free(plain);
@@ -454,13 +455,14 @@ int main(int argc, char** argv) {
     action.sa_sigaction = test::crashed;
     action.sa_flags = SA_SIGINFO;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) sigaction(signal, &action, nullptr);
+    std::string library;
     for (test::Row& row : test::rows()) {
-        row.name = test::symbolOf(row.member);
+        row.name = test::symbolOf(row.member, library);
         testing::RegisterTest("Rows", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
                               [&row]() -> testing::Test* { return new test::RowTest(row); });
     }
     const int result = RUN_ALL_TESTS();
-    std::printf("digest %016llx, of estimates %016llx\n",
+    std::printf("library %s\ndigest %016llx, of estimates %016llx\n", library.c_str(),
                 static_cast<unsigned long long>(test::theDigests[0]),
                 static_cast<unsigned long long>(test::theDigests[1]));
     return result;
