@@ -40,7 +40,7 @@
 /// above gives.
 ///
 /// **Arithmetic** follows IEEE 754 in the element type, under the calling thread's rounding and denormal
-/// modes. A product is rounded before it is added; nothing is fused. A NaN operand gives that NaN, quieted.
+/// modes. A product is rounded before it is added; nothing is fused. A NaN operand of arithmetic gives that NaN, quieted.
 /// Infinity minus infinity and 0 times infinity give the processor's default NaN, bits 0xFFC00000. Where two
 /// NaNs meet in one addition or multiplication, which of them comes out is not fixed.
 ///
@@ -218,7 +218,7 @@ public:
     /// element (a NaN in a survives) and b by lane; so do zeros of two signs. In `clamp`, a NaN in a comes
     /// through and a NaN bound is no bound; an a equal to a bound gives the bound by element and a by lane,
     /// which shows on zeros; with lo > hi the element form gives lo up to lo and hi above, the lane form
-    /// always lo. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets. (In the
+    /// lo for every number. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets. (In the
     /// denormals-are-zero mode minps and maxps give zeros for denormals: lane forms do, `zelmin` and `zelmax`
     /// element forms may.)
     /// @{
@@ -292,7 +292,7 @@ public:
     /// same words on every route.
     ///
     /// `float` and `double` compare by IEEE 754: a NaN is unordered, so `ne` gives 1 and the others 0; +0
-    /// equals -0. `lt`, `le`, `gt` and `ge` raise the invalid flag on any NaN, `eq` and `ne` on signalling
+    /// equals -0. `lt`, `le`, `gt` and `ge` raise the invalid flag on any `float` or `double` NaN, `eq` and `ne` on signalling
     /// ones only. d may be a or b of `float` and `int`.
     /// @{
     static void lt(int* d, const float* a, const float* b, std::int64_t num);
@@ -532,7 +532,7 @@ public:
     /// 255 rounded to six decimals, upward: another result than the formula's for 245 of the 256 samples, by
     /// up to 5.4e-7.
     ///
-    /// Neither looks at scale or limit. d may be a where both are `float`.
+    /// Neither refuses a scale or a limit. d may be a where both are `float`.
     /// @{
     static void wpoint(float* d, const float* a, float scale, float limit, float black, std::int64_t num);
     static void wpoint(std::uint16_t* d, const float* a, float scale, float limit, float black,

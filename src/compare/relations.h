@@ -31,7 +31,8 @@ inline int word(double choice, [[maybe_unused]] double operand) {
     // GCC's baseline can't narrow the mask of a double compare to an int, but it can narrow 64-bit words that the mask
     // has chosen, as long as it can't tell in advance what they are: here, any odd one against 0.
     const std::uint64_t odd = std::bit_cast<std::uint64_t>(operand) | 1;
-    return static_cast<int>((choice != 0 ? odd : 0) & 1);
+    const std::uint64_t chosen = choice != 0 ? odd : 0;
+    return static_cast<int>(chosen & 1);
 #endif
 }
 

@@ -97,7 +97,7 @@ inline void walk(int phase, Count num, Element element, Group group) {
     [[maybe_unused]] Scope scope;
     // Four groups per step, each stored before the next one is loaded, so that the order under overlap stays.
     Count i = lead;
-    for (const Count bulk = end - 15; i < bulk; i += 16) {
+    for (; end - i >= 16; i += 16) {
         group(i);
         group(i + 4);
         group(i + 8);

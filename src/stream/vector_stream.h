@@ -23,7 +23,7 @@ template <int stride, class Vector>
 inline void eachVector(float* d, Count num, const std::uint32_t* mask, Vector vector) {
     if (!mask) {
         Count i = 0;
-        for (const Count bulk = num - 3; i < bulk; i += 4) {
+        for (; num - i >= 4; i += 4) {
             vector(d + stride * i);
             vector(d + stride * (i + 1));
             vector(d + stride * (i + 2));
