@@ -14,7 +14,7 @@ template <class T>
 auto array(T* p, Count n) {
     return Eigen::Map<Eigen::Array<T, Eigen::Dynamic, 1>>(p, n);
 }
-const bench::Values v;
+const bench::Values v = bench::values();
 
 const bench::Kernel kernels[] = {
     {"add", [](const Data& q, Count n) { array(q.d, n) = array(q.a, n) + array(q.b, n); }},

@@ -22,7 +22,7 @@ struct Row {
     void (*run)(const Data&, Count);
 };
 
-const bench::Values v;
+const bench::Values v = bench::values();
 #define ROW(name, bytes, ...)                                    \
     {                                                            \
         name, bytes, [](const Data& q, Count n) { __VA_ARGS__; } \
@@ -90,7 +90,11 @@ Data makeData(bool apart) {
     };
     const auto floats = [&] { return reinterpret_cast<float*>(next()); };
     const auto ints = [&] { return reinterpret_cast<int*>(next()); };
-    const auto doubles = [&] { return reinterpret_cast<double*>(memory + k * stride + 4096 + k++ * 320); };
+    const auto doubles = [&] {
+        char* p = memory + k * stride + 4096 + k * 320;
+        ++k;
+        return reinterpret_cast<double*>(p);
+    };
     Data q{floats(),  floats(),  floats(),  floats(), ints(),  ints(), ints(),
            doubles(), doubles(), doubles(), nullptr,  nullptr, nullptr};
     q.bytes = reinterpret_cast<std::uint8_t*>(next());

@@ -10,17 +10,17 @@ using bench::Count;
 using bench::Data;
 
 // Read once, as a caller's own local would be.
-const bench::Values values;
+const bench::Values theValues = bench::values();
 
-#define LOOP(name, ...)                                      \
-    {                                                        \
-        name, [](const Data& p, Count n) {                   \
-            [[maybe_unused]] const Data q = p;               \
-            [[maybe_unused]] const bench::Values v = values; \
-            for (Count i = 0; i < n; ++i) {                  \
-                __VA_ARGS__;                                 \
-            }                                                \
-        }                                                    \
+#define LOOP(name, ...)                                         \
+    {                                                           \
+        name, [](const Data& p, Count n) {                      \
+            [[maybe_unused]] const Data q = p;                  \
+            [[maybe_unused]] const bench::Values v = theValues; \
+            for (Count i = 0; i < n; ++i) {                     \
+                __VA_ARGS__;                                    \
+            }                                                   \
+        }                                                       \
     }
 
 const bench::Kernel kernels[] = {
@@ -67,10 +67,10 @@ const bench::Kernel kernels[] = {
      }},
     {"mulRowVec44",
      [](const Data& q, Count n) {
-         const auto& m = values.matrix;
+         const auto m = theValues;
          for (float* v = q.d; v < q.d + n / 4 * 4; v += 4) {
              const float x = v[0], y = v[1], z = v[2], w = v[3];
-             for (int j = 0; j < 4; ++j) v[j] = x * m[0][j] + y * m[1][j] + z * m[2][j] + w * m[3][j];
+             for (int j = 0; j < 4; ++j) v[j] = x * m.matrix[0][j] + y * m.matrix[1][j] + z * m.matrix[2][j] + w * m.matrix[3][j];
          }
      }},
 };

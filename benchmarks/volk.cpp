@@ -11,7 +11,7 @@ using bench::Count;
 using bench::Data;
 
 unsigned size(Count n) { return static_cast<unsigned>(n); }
-const bench::Values v;
+const bench::Values v = bench::values();
 
 const bench::Kernel kernels[] = {
     {"add", [](const Data& q, Count n) { volk_32f_x2_add_32f(q.d, q.a, q.b, size(n)); }},

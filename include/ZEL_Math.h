@@ -458,9 +458,8 @@ public:
     ///
     /// Everything moves as bits, signalling NaNs and -0 too, the same on every route. A kept element is still
     /// written back, and a is read at every element, whatever the mask; mask must not be null. The mask is an
-    /// array like any other in the phase test. The `float` forms with a mask go on in the `int` members; only
-    /// the fill on `float` and the masked forms have lanes. With a and b of `swap` overlapping, pairs are
-    /// exchanged in the order of work.
+    /// array like any other in the phase test. The `float` forms with a mask go on in the `int` members; the
+    /// fill on `int` has no lanes. With a and b of `swap` overlapping, pairs are exchanged in the order of work.
     /// @{
     static void set(float* d, float value, std::int64_t num);
     static void set(int* d, int value, std::int64_t num);
