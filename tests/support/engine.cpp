@@ -103,33 +103,32 @@ const std::byte* ladle(Content kind, Count bytes) {
     return &s[below(static_cast<std::uint32_t>((static_cast<Count>(s.size()) - bytes) / 8)) * 8];
 }
 
-// ---- The case at work, for the report.
+// ---- The case at work, for the report of a failure or a crash.
 
 const Row* theRow;
 const Case* theCase;
 
 Count extent(const Operand& o, Count count) { return (o.fixed ? o.fixed : o.perCount * count) * o.size; }
 
+template <class... A>
+std::string format(const char* pattern, A... a) {
+    char line[200];
+    std::snprintf(line, sizeof line, pattern, a...);
+    return line;
+}
+
 std::string describeCase() {
-    const Row& row = *theRow;
     const Case& c = *theCase;
-    std::string text =
-        row.name + "\n  flag " + (c.flag ? "set" : "clear") + ", count " + std::to_string(c.count);
-    char line[120];
-    std::snprintf(line, sizeof line, ", MXCSR %04x\n", c.control);
-    text += line;
-    for (std::size_t k = 0; k < row.operands.size(); ++k) {
-        const Operand& o = row.operands[k];
-        if (!o.array)
-            std::snprintf(line, sizeof line, "  operand %zu: value %0*llx\n", k, 2 * o.size,
-                          static_cast<unsigned long long>(c.values[k]));
-        else if (c.places[k].null)
-            std::snprintf(line, sizeof line, "  operand %zu: null\n", k);
+    std::string text = theRow->name + format("\n  flag %s, count %ld, MXCSR %04x\n", c.flag ? "set" : "clear",
+                                             c.count, c.control);
+    for (std::size_t k = 0; k < theRow->operands.size(); ++k) {
+        const Place& p = c.places[k];
+        if (!theRow->operands[k].array)
+            text += format("  operand %zu: value %lx\n", k, c.values[k]);
         else
-            std::snprintf(line, sizeof line, "  operand %zu: phase %lld, memory %d from byte %lld of %lld\n",
-                          k, static_cast<long long>(phaseOf(c.at(Side::library, k))), c.places[k].pane,
-                          static_cast<long long>(c.places[k].offset), static_cast<long long>(paneBytes));
-        text += line;
+            text +=
+                format("  operand %zu: phase %ld, memory %d%s from byte %ld of %ld\n", k,
+                       phaseOf(c.at(Side::library, k)), p.pane, p.null ? " (null)" : "", p.offset, paneBytes);
     }
     return text;
 }
@@ -139,30 +138,29 @@ std::string whereIs(int pane, Count byte) {
     for (std::size_t k = 0; k < theRow->operands.size(); ++k) {
         const Operand& o = theRow->operands[k];
         const Place& p = theCase->places[k];
-        if (!o.array || p.null || p.pane != pane || byte < p.offset) continue;
-        if (byte >= p.offset + extent(o, theCase->count)) continue;
+        if (!o.array || p.null || p.pane != pane || byte < p.offset ||
+            byte >= p.offset + extent(o, theCase->count))
+            continue;
         const Count i = (byte - p.offset) / o.size;
-        std::string text = "operand " + std::to_string(k) + ", index " + std::to_string(i);
-        if (theRow->order)
-            for (const Step& s : theRow->order(*theRow, *theCase))
-                if (i >= s.first && i < s.first + s.lanes)
-                    text += s.lanes == 4 ? ", in the lane group of " + std::to_string(s.first)
-                            : i < phaseOf(theCase->at(Side::library, k)) ? ", element, in the first ones"
-                                                                         : ", element";
-        return text;
+        const char* part = "";
+        Count end = 0;  // of the lane groups
+        for (const Step& s : theRow->order ? theRow->order(*theRow, *theCase) : Steps()) {
+            if (s.lanes == 4) end = s.first + 4;
+            if (s.lanes == 4 && i >= s.first && i < end) part = ", in a lane group";
+        }
+        if (end && !*part) part = i >= end ? ", in the tail" : ", in the lead-in";
+        return format("operand %zu, index %ld%s", k, i, part);
     }
     return "outside of all operands";
 }
 
 [[noreturn]] void crashed(int signal, siginfo_t* info, void*) {
-    std::fprintf(stderr, "signal %d at %p in ", signal, info->si_addr);
-    if (theCase) {
-        std::fprintf(stderr, "%s", describeCase().c_str());
-        for (int pane = 0; pane < panes; ++pane) {
-            const Count byte = static_cast<std::byte*>(info->si_addr) - paneMemory(Side::library, pane);
-            if (byte >= -page && byte < paneBytes + page)
-                std::fprintf(stderr, "  byte %lld of memory %d\n", static_cast<long long>(byte), pane);
-        }
+    std::fprintf(stderr, "signal %d at %p in %s", signal, info->si_addr,
+                 theCase ? describeCase().c_str() : "no case");
+    for (int pane = 0; pane < panes; ++pane) {
+        const Count byte = static_cast<std::byte*>(info->si_addr) - paneMemory(Side::library, pane);
+        if (byte >= -page && byte < paneBytes + page)
+            std::fprintf(stderr, "  byte %ld of memory %d\n", byte, pane);
     }
     _exit(3);
 }
@@ -176,32 +174,23 @@ void digest(bool estimate, const std::byte* bytes, Count size) {
     for (Count i = 0; i < size; ++i) d = (d ^ static_cast<std::uint64_t>(bytes[i])) * 1099511628211u;
 }
 
-bool quietNaN(std::uint32_t word) { return (word & 0x7FC00000) == 0x7FC00000; }
-
 /// Compares one pane's window; where the model leaves the NaN open, the library's is replaced by the model's.
-bool sameWindow(int pane, Count from, Count to, std::string& message) {
+std::string compareWindow(int pane, Count from, Count to) {
     std::byte* got = paneMemory(Side::library, pane);
     const std::byte* want = paneMemory(Side::model, pane);
-    if (std::memcmp(got + from, want + from, static_cast<std::size_t>(to - from)) == 0) return true;
+    if (std::memcmp(got + from, want + from, static_cast<std::size_t>(to - from)) == 0) return "";
     for (Count i = from & ~Count{3}; i < to; i += 4) {
         std::uint32_t g, w;
         std::memcpy(&g, got + i, 4);
         std::memcpy(&w, want + i, 4);
-        const bool open = (w == anyNaN && quietNaN(g)) || w == static_cast<std::uint32_t>(anyNaN64) ||
+        const bool open = (w == anyNaN && (g & 0x7FC00000) == 0x7FC00000) ||
+                          w == static_cast<std::uint32_t>(anyNaN64) ||
                           (w == anyNaN64 >> 32 && (g & 0x7FF80000) == 0x7FF80000);
-        if (g != w && !open) {
-            char line[100];
-            std::snprintf(line, sizeof line, ": wanted %08x, got %08x\n", w, g);
-            message = describeCase() + "  " + whereIs(pane, i) + line;
-            return false;
-        }
+        if (g != w && !open)
+            return describeCase() + "  " + whereIs(pane, i) + format(": wanted %08x, got %08x\n", w, g);
         std::memcpy(got + i, &w, 4);
     }
-    return true;
-}
-
-bool sameResult(std::uint64_t got, std::uint64_t want) {
-    return got == want || (std::isnan(std::bit_cast<double>(want)) && std::isnan(std::bit_cast<double>(got)));
+    return "";
 }
 
 /// Fills the memory, calls member and model, compares everything. False ends the row.
@@ -244,19 +233,18 @@ bool run(const Row& row, Case& c) {
     _mm_setcsr(0x1F80);
 
     std::string message;
+    const bool nan = std::isnan(std::bit_cast<double>(want));  // of a sum: which one is open
     // Control bits as before, and no raised flag lowered.
-    if ((after & ~0x3Fu) != (c.control & ~0x3Fu) || (c.control & ~after & 0x3F))
-        message = describeCase() + "  MXCSR afterwards: " + std::to_string(after) + "\n";
-    else if (!sameResult(got, want)) {
-        char line[100];
-        std::snprintf(line, sizeof line, "  result: wanted %016llx, got %016llx\n",
-                      static_cast<unsigned long long>(want), static_cast<unsigned long long>(got));
-        message = describeCase() + line;
-    }
+    if ((after ^ c.control) & ~0x3Fu || c.control & ~after)
+        message = describeCase() + format("  MXCSR afterwards: %04x\n", after);
+    else if (got != want && !(nan && std::isnan(std::bit_cast<double>(got))))
+        message = describeCase() + format("  result: wanted %016lx, got %016lx\n", want, got);
     for (int k = 0; k < panes && message.empty(); ++k)
-        if (from[k] < to[k] && sameWindow(k, from[k], to[k], message))
+        if (from[k] < to[k]) {
+            message = compareWindow(k, from[k], to[k]);
             digest(row.estimate, paneMemory(Side::library, k) + from[k], to[k] - from[k]);
-    const std::uint64_t result = std::isnan(std::bit_cast<double>(want)) ? anyNaN64 : got;
+        }
+    const std::uint64_t result = nan ? anyNaN64 : got;
     digest(row.estimate, reinterpret_cast<const std::byte*>(&result), sizeof result);
     theCase = nullptr;
     if (!message.empty()) ADD_FAILURE() << message;
@@ -298,36 +286,33 @@ private:
         return run(row, c);
     }
 
-    /// In the middle of the pane, `slot` elements behind a 16-byte boundary.
-    void place(std::size_t k, int pane, std::uint32_t slot) {
-        const int size = row.operands[k].size;
-        c.places[k] = {pane, paneBytes / 2 - paneBytes / 8 + (slot * static_cast<std::uint32_t>(size)) % 16,
-                       false};
-    }
+    /// Each array in memory of its own, in the middle, `slot` elements behind a 16-byte boundary: two bits of slots each.
     void placeApart(std::uint32_t slots) {
         c.places.assign(row.operands.size(), {});
-        for (std::size_t n = 0; n < arrays.size(); ++n, slots >>= 2)
-            place(arrays[n], static_cast<int>(n), row.operands[arrays[n]].size < 4 ? below(16) : slots & 3);
+        int pane = 0;
+        for (const std::size_t k : arrays) {
+            const int size = row.operands[k].size;
+            const std::uint32_t slot = size < 4 ? below(16) : slots & 3;
+            c.places[k] = {pane++, paneBytes * 3 / 8 + slot * static_cast<std::uint32_t>(size) % 16, false};
+            slots >>= 2;
+        }
+    }
+    bool placedApart(std::uint32_t slots, Count count) {
+        c.count = count;
+        placeApart(slots);
+        return once();
     }
 
     /// Every combination of phases, each array in memory of its own.
     bool apart() {
         const std::uint32_t combinations = 1u << 2 * arrays.size();
         for (std::uint32_t slots = 0; slots < combinations; ++slots) {
-            const bool same = std::all_of(arrays.begin(), arrays.end(), [&, n = 0](auto) mutable {
-                return (slots >> 2 * n++ & 3) == (slots & 3);
-            });
-            // Equal phases are where lanes run; there, every count and the large ones.
-            for (c.count = 0; c.count <= 20; c.count += same ? 1 : 1 + below(4)) {
-                placeApart(slots);
-                if (!once()) return false;
-            }
-            for (const Count large : row.large) {
-                if (!same && below(8)) continue;
-                c.count = large + below(4);
-                placeApart(slots);
-                if (!once()) return false;
-            }
+            // Equal phases are where lanes run; there, every count and all the large ones.
+            const bool same = slots == (slots & 3) * (0x155 & (combinations - 1));
+            for (Count count = 0; count <= 20; count += same ? 1 : 1 + below(4))
+                if (!placedApart(slots, count)) return false;
+            for (const Count large : row.large)
+                if ((same || !below(8)) && !placedApart(slots, large + below(4))) return false;
         }
         return true;
     }
