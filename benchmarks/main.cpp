@@ -74,7 +74,7 @@ const Row rows[] = {
     ROW("vadd4u4", 8, Z::vadd4u4(q.d, v.matrix[0], n / 4, nullptr)),
 };
 
-constexpr Count largest = Count{1} << 24;
+constexpr Count largest = Count{1} << 22;
 
 /// All arrays, each at its own distance from a page so that they don't fight for the same cache lines. Apart: each
 /// at another phase.
