@@ -8,6 +8,9 @@ add_compile_options(
     -fno-strict-aliasing
     # A member that calls another member calls it directly, not through the symbol table.
     -fno-semantic-interposition
+    # Not here: -frounding-math. Element code follows the caller's rounding mode without it, since no formula has
+    # constants to fold or terms to reorder: the tests see the same bits in all four modes with and without it. With it
+    # Clang turns to its strict mode, which vectorises no loop. What must not move is held by barriers (rounding.h).
     # A root is an instruction. With errno it is a call behind a branch, and no loop of roots vectorises.
     -fno-math-errno
     # What is left of calls across libraries goes through one indirect call, without a stub in between.
