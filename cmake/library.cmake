@@ -29,6 +29,8 @@ function(zel_library target)
     target_include_directories(${target}
         PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>"
         PRIVATE src)
+    # Nothing throws, and the library needs nothing of the C++ runtime.
+    target_compile_options(${target} PRIVATE -fno-exceptions)
     target_link_libraries(${target} PRIVATE KEP)
     target_link_options(${target} PRIVATE
         "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map"
