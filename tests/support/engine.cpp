@@ -15,7 +15,7 @@
 namespace test {
 namespace {
 
-constexpr Count page = 4096, paneBytes = 16 * page, margin = 256;
+constexpr Count margin = 256;
 constexpr int panes = 5;
 
 /// Readable bytes between two unreadable pages, for each pane on both sides.
@@ -422,6 +422,12 @@ Steps standardOrder(const Row& row, const Case& c) {
     return upward(c.count);
 }
 
+bool runCase(const Row& row, Case& c, std::uint32_t seed) {
+    soup(Content::words);
+    random32.seed(seed);
+    return run(row, c);
+}
+
 std::string symbolOf(const void* member, std::string& library) {
     Dl_info info{};
     if (!dladdr(member, &info) || info.dli_saddr != member) return "";
@@ -434,6 +440,7 @@ std::string symbolOf(const void* member, std::string& library) {
 
 }  // namespace test
 
+#ifndef ZEL_FUZZ  // the fuzzer brings its own
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     struct sigaction action {};
@@ -452,3 +459,4 @@ int main(int argc, char** argv) {
                 static_cast<unsigned long long>(test::theDigests[1]));
     return result;
 }
+#endif

@@ -22,6 +22,9 @@ namespace test {
 
 using Count = std::int64_t;
 
+/// Operands lie in panes: memory between two unreadable pages.
+constexpr Count page = 4096, paneBytes = 16 * page;
+
 // ---- Which NaN comes out where two meet isn't fixed: the model then holds these bits, which any quiet NaN matches.
 
 constexpr std::uint32_t anyNaN = 0x7FE5EED5;
@@ -123,6 +126,12 @@ bool samePhase(const Row& row, const Case& c);
 bool usesLanes(const Row& row, const Case& c);
 
 std::vector<Row>& rows();
+
+/// The exported name of a member, and the library that it comes from.
+std::string symbolOf(const void* member, std::string& library);
+
+/// Calls member and model on contents drawn from the seed; false, and a report, if anything differs.
+bool runCase(const Row& row, Case& c, std::uint32_t seed);
 
 // ---- From a member's signature to a row.
 
