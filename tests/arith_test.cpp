@@ -64,6 +64,9 @@ const Register guardedDivision([] {
     only<DVD>(Z::safediv, guarded);
     const auto value = [](float& d, float a, float b) { d = b == 0 ? 0.0f : product(a, 1.0f / b); };
     Row& row = addRow(static_cast<FFV*>(Z::safediv), Kind::dispatching, value, value);
+    row.adjust = [](Case& c, const auto& random) {
+        if (random() % 4 == 0) c.values[2] = random() & 0x80000000;
+    };
     // A zero divisor fills d: the phase of a, which isn't read, plays no part then.
     row.order = [](const Row& r, const Case& c) {
         if (c.value<float>(2) != 0 || !c.flag) return standardOrder(r, c);

@@ -38,6 +38,8 @@ std::vector<unsigned char> results(unsigned control) {
     Z::vadd4u4(d, theB, num / 4, nullptr), keep(d, e);
     const double sums[] = {Z::dot(theA, theB, num), Z::maddAndNorm(d, theA, 0.7, num),
                            Z::mulAndDotDA(e, theA, theB, num)};
+    // Again and again, so that the switches of two threads do meet.
+    for (int repeat = 0; repeat < 100; ++repeat) Z::floor(n, theA, num);
     const unsigned after = _mm_getcsr() & ~0x3Fu;
     keep(d, e, sums, Z::zerocount(n, num), after);
     return all;

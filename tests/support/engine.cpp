@@ -269,7 +269,7 @@ public:
     bool all() {
         for (const bool flag : {false, true}) {
             c.flag = flag;
-            if (!apart() || !edges() || !overlapped()) return false;
+            if (!apart() || !edges() || !overlapped() || !nothing()) return false;
         }
         for (int pane = 0; pane < panes; ++pane)
             if (std::memcmp(paneMemory(Side::library, pane), paneMemory(Side::model, pane), paneBytes) != 0) {
@@ -347,6 +347,13 @@ private:
                         if (!once()) return false;
                     }
         return true;
+    }
+    /// A count of 0, for which no pointer is looked at.
+    bool nothing() {
+        c.count = 0;
+        placeApart(0);
+        for (const std::size_t k : arrays) c.places[k].null = true;
+        return run(row, c);
     }
     void overlap(std::size_t onto, std::size_t k, int shift) {
         const int a = row.operands[onto].size, b = row.operands[k].size;
