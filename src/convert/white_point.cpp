@@ -1,5 +1,4 @@
 // White point: float samples to stored samples of 8, 16 or 32 bits, and back.
-#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -90,8 +89,7 @@ void sampleGroups(Sample* d, Count i, Count end, bool sixteen, Lanes lanes) {
 /// float to samples of 8 or 16 bits. d is written in elements, so only a has a phase.
 template <class Sample>
 void wpointLanes(Sample* d, const float* a, float scale, float limit, float offset, Count num) {
-    const Count lead = std::min<Count>(phase(a), num);
-    const Count end = lead + ((num - lead) & ~Count{3});
+    const auto [lead, end] = Groups(phase(a), num);
     const auto element = [=](Count i) {
         d[i] = static_cast<Sample>(MapToSample::element(a[i], scale, limit, offset));
     };

@@ -79,16 +79,21 @@ template <class Formula, class D, class... X>
 /// For what needs nothing around its lane loop.
 struct NoScope {};
 
+/// Where the lane groups of an aligned route lie: from element lead to end. Before them the lead-in, behind the tail.
+struct Groups {
+    Count lead, end;
+    Groups(int phase, Count num) : lead(phase < num ? phase : num), end(lead + ((num - lead) & ~Count{3})) {}
+};
+
 /// The aligned route: lead-in upward, tail downward, then the lane groups upward while a Scope lives.
 /// element(i) does element i; group(i) does the lane group that starts there.
 template <class Scope = NoScope, class Element, class Group>
 inline void walk(int phase, Count num, Element element, Group group) {
-    const Count lead = phase < num ? phase : num;
+    const auto [lead, end] = Groups(phase, num);
     // At most three elements on either side: written out, since a compiler would vectorise even these loops.
     if (lead > 0) element(0);
     if (lead > 1) element(1);
     if (lead > 2) element(2);
-    const Count end = lead + ((num - lead) & ~Count{3});
     // The tail goes first: a group store may land on its sources.
     const Count tail = num - end;
     if (tail > 2) element(end + 2);

@@ -73,9 +73,8 @@ double blockedSum(double total, Count first, Count end, Flight flight, Term term
 template <class Stretch, class Term, class Ahead>
 double reduce(int phase, Count num, Flight flight, Stretch stretch, Term term, Ahead ahead) {
     double total = 0;
-    const Count lead = phase < num ? phase : num;
+    const auto [lead, end] = Groups(phase, num);
     if (lead > 0) total += stretch(0, lead);
-    const Count end = lead + ((num - lead) & ~Count{3});
     total += stretch(end, num - end);
     return blockedSum(total, lead, end, flight, term, ahead);
 }

@@ -8,9 +8,7 @@ int ZEL_Math::zerocount(const int* a, Count num) {
 }
 
 int ZEL_Math::zerocountSIMD(const int* a, Count num) {
-    const Count first = phase(a);
-    const Count lead = first < num ? first : num;
-    const Count end = lead + ((num - lead) & ~Count{3});
+    const auto [lead, end] = Groups(phase(a), num);
     const __m128i zero = _mm_setzero_si128();
     const auto zeros = [=](Count i) { return _mm_cmpeq_epi32(group(a, i), zero); };
     // A mask is -1 where the element is 0: subtracting masks counts. Four masks are added first, and two sums
