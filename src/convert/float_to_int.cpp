@@ -1,5 +1,6 @@
 // float to int: truncation, floor, and the split into integer part and fraction.
 #include <bit>
+#include <cmath>
 
 #include "convert/rounding.h"
 #include "convert/truncate.h"
@@ -11,6 +12,7 @@ namespace {
 
 struct Cast {
     static int element(float x) { return truncate(x); }
+    static int edge(float x) { return truncateOne(x); }
     static __m128i lanes(__m128 x) { return _mm_cvttps_epi32(x); }
 };
 
@@ -18,8 +20,11 @@ struct Cast {
 /// less one where it lies above a negative x. A float compare would take a negative denormal for 0.
 int bitFloor(float x) {
     constexpr int sign = -2147483647 - 1;
-    const int bits = std::bit_cast<int>(convertible(x));
-    const int q = truncate(x);
+    // truncate's choice by a word mask: compilers would compute all that follows a choice of a constant once for each
+    // arm, and not vectorise.
+    const int fits = -static_cast<int>(std::fabs(x) < inexpressible);
+    const int bits = (std::bit_cast<int>(x) & fits) | (std::bit_cast<int>(-inexpressible) & ~fits);
+    const int q = static_cast<int>(std::bit_cast<float>(bits));
     // The sign bit makes -0 of the truncation 0, which -0 equals and -0.5 doesn't.
     const int differs = -static_cast<int>((std::bit_cast<int>(static_cast<float>(q)) | sign) != bits);
     const int negative = bits >> 31;

@@ -34,6 +34,11 @@ struct MapToSample {
     static int element(float a, float scale, float limit, float offset) {
         return truncate(Map::element(a, scale, limit, offset));
     }
+    static int edge(float a, float scale, float limit, float offset) {
+        // minss may take a zero or a denormal for another, but all of them truncate to 0; a NaN is its second operand.
+        const __m128 x = _mm_set_ss(scale * a + offset), below = _mm_min_ss(_mm_set_ss(limit), x);
+        return truncateOne(_mm_cvtss_f32(_mm_and_ps(_mm_cmpnle_ss(x, _mm_setzero_ps()), below)));
+    }
     static __m128i lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         return _mm_cvttps_epi32(Map::lanes(a, scale, limit, offset));
     }
@@ -89,12 +94,9 @@ void sampleGroups(Sample* d, Count i, Count end, bool sixteen, Lanes lanes) {
 /// float to samples of 8 or 16 bits. d is written in elements, so only a has a phase.
 template <class Sample>
 void wpointLanes(Sample* d, const float* a, float scale, float limit, float offset, Count num) {
-    const auto [lead, end] = Groups(phase(a), num);
-    const auto element = [=](Count i) {
-        d[i] = static_cast<Sample>(MapToSample::element(a[i], scale, limit, offset));
-    };
-    for (Count i = 0; i < lead; ++i) element(i);
-    for (Count i = num; i-- > end;) element(i);
+    const auto [lead, end] = edges(phase(a), num, [=](Count i) {
+        d[i] = static_cast<Sample>(MapToSample::edge(a[i], scale, limit, offset));
+    });
     const __m128 scales = spread(scale), limits = spread(limit), offsets = spread(offset);
     const auto lanes = [=](Count i) { return MapToSample::lanes(group(a, i), scales, limits, offsets); };
     // Four groups in one store only where that store can't reach what the step has yet to read.

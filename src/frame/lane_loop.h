@@ -85,20 +85,26 @@ struct Groups {
     Groups(int phase, Count num) : lead(phase < num ? phase : num), end(lead + ((num - lead) & ~Count{3})) {}
 };
 
-/// The aligned route: lead-in upward, tail downward, then the lane groups upward while a Scope lives.
-/// element(i) does element i; group(i) does the lane group that starts there.
-template <class Scope = NoScope, class Element, class Group>
-inline void walk(int phase, Count num, Element element, Group group) {
-    const auto [lead, end] = Groups(phase, num);
+/// The elements around the lane groups: lead-in upward, then tail downward. element(i) does element i.
+template <class Element>
+inline Groups edges(int phase, Count num, Element element) {
+    const Groups groups(phase, num);
     // At most three elements on either side: written out, since a compiler would vectorise even these loops.
-    if (lead > 0) element(0);
-    if (lead > 1) element(1);
-    if (lead > 2) element(2);
-    // The tail goes first: a group store may land on its sources.
-    const Count tail = num - end;
+    if (groups.lead > 0) element(0);
+    if (groups.lead > 1) element(1);
+    if (groups.lead > 2) element(2);
+    const Count end = groups.end, tail = num - end;
     if (tail > 2) element(end + 2);
     if (tail > 1) element(end + 1);
     if (tail > 0) element(end);
+    return groups;
+}
+
+/// The aligned route: the edges, then the lane groups upward while a Scope lives; group(i) does the one at element i.
+template <class Scope = NoScope, class Element, class Group>
+inline void walk(int phase, Count num, Element element, Group group) {
+    // The tail goes first: a group store may land on its sources.
+    const auto [lead, end] = edges(phase, num, element);
     [[maybe_unused]] Scope scope;
     // Four groups per step, each stored before the next one is loaded, so that the order under overlap stays.
     Count i = lead;
@@ -111,12 +117,22 @@ inline void walk(int phase, Count num, Element element, Group group) {
     for (; i < end; i += 4) group(i);
 }
 
+/// One element at an edge. A formula whose `element` is roundabout so that a loop of it vectorises has the same bits
+/// the short way in `edge`.
+template <class Formula, class... X>
+auto edge(X... x) {
+    if constexpr (requires { Formula::edge(x...); })
+        return Formula::edge(x...);
+    else
+        return Formula::element(x...);
+}
+
 /// A SIMD member: the aligned route if all arrays have the phase of d, else the element loop.
 template <class Formula, class Scope = NoScope, class D, class... X>
 inline void lanes(D* d, Count num, X... x) {
     if (!inPhase(d, x...)) return elements<Formula>(d, num, x...);
     walk<Scope>(
-        phase(d), num, [=](Count i) { d[i] = Formula::element(at(x, i)...); },
+        phase(d), num, [=](Count i) { d[i] = edge<Formula>(at(x, i)...); },
         [d, ... x = spread(x)](Count i) { store(d + i, Formula::lanes(group(x, i)...)); });
 }
 
