@@ -132,11 +132,13 @@ void unitElements(float* d, const std::uint8_t* a, Count num) {
     Count i = 0;
     const void* const dEnd = d + num;
     const void* const aEnd = a + num;
-    if (dEnd <= a || d >= aEnd)  // eight samples in one load, unless a store could change those to come
-        for (; i + 8 <= num; i += 8) {
-            std::uint64_t samples;
+    if (dEnd <= a || d >= aEnd)  // four samples in one load, unless a store could change those to come
+        for (; i + 4 <= num; i += 4) {
+            std::uint32_t samples;
             std::memcpy(&samples, a + i, sizeof samples);
-            for (int k = 0; k < 8; ++k) d[i + k] = theUnitTable[samples >> 8 * k & 0xFF];
+            _mm_storeu_ps(d + i,
+                          _mm_setr_ps(theUnitTable[samples & 0xFF], theUnitTable[samples >> 8 & 0xFF],
+                                      theUnitTable[samples >> 16 & 0xFF], theUnitTable[samples >> 24]));
         }
     for (; i < num; ++i) d[i] = theUnitTable[a[i]];
 }

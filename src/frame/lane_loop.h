@@ -89,11 +89,12 @@ struct Groups {
 template <class Element>
 inline Groups edges(int phase, Count num, Element element) {
     const Groups groups(phase, num);
+    const auto [lead, end] = groups;
     // At most three elements on either side: written out, since a compiler would vectorise even these loops.
-    if (groups.lead > 0) element(0);
-    if (groups.lead > 1) element(1);
-    if (groups.lead > 2) element(2);
-    const Count end = groups.end, tail = num - end;
+    if (lead > 0) element(0);
+    if (lead > 1) element(1);
+    if (lead > 2) element(2);
+    const Count tail = num - end;
     if (tail > 2) element(end + 2);
     if (tail > 1) element(end + 1);
     if (tail > 0) element(end);
