@@ -52,7 +52,7 @@ const bench::Kernel kernels[] = {
     LOOP("floor", q.k[i] = static_cast<int>(std::floor(q.a[i]))),
     LOOP("wpoint 8", const float s = q.a[i] * v.white + 0.5f;
          q.bytes[i] = static_cast<std::uint8_t>(s <= 0 ? 0 : s >= v.white ? v.white : s)),
-    LOOP("iwpoint 8", q.d[i] = static_cast<float>(q.bytes[i]) * (1 / v.white)),
+    LOOP("iwpoint 8", q.d[i] = static_cast<float>(q.bytes[i] - 1) * (1 / v.white)),
     {"dot",
      [](const Data& q, Count n) {
          double s = 0;

@@ -19,7 +19,10 @@ struct Magnitude {
     static double element(double x) {
         return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) & 0x7FFFFFFFFFFFFFFF);
     }
-    static __m128 lanes(__m128 x) { return _mm_max_ps(_mm_sub_ps(_mm_setzero_ps(), x), x); }
+    static __m128 lanes(__m128 x) {
+        x = loaded(x);
+        return _mm_max_ps(_mm_sub_ps(_mm_setzero_ps(), x), x);
+    }
 };
 
 /// Element: the sign bit flipped. Lane: a subtraction from +0.

@@ -44,6 +44,12 @@ __m128i group(const Word* x, Count i) {
 inline __m128 group(__m128 x, Count) { return x; }
 inline __m128i group(__m128i x, Count) { return x; }
 
+/// x in a register: of a group that is used twice, GCC would make two loads, which a store stream from L2 feels.
+inline __m128 loaded(__m128 x) {
+    asm("" : "+x"(x));
+    return x;
+}
+
 inline void store(float* d, __m128 x) { _mm_store_ps(d, x); }
 inline void store(int* d, __m128i x) { _mm_store_si128(reinterpret_cast<__m128i*>(d), x); }
 
