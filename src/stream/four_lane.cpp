@@ -1,24 +1,10 @@
 // Four-lane streams: one constant vector added to, subtracted from or multiplied into each vector, in place.
+#include "arith/operations.h"
 #include "stream/vector_stream.h"
 
 using namespace zel;
 
 namespace {
-
-struct Add {
-    static float element(float v, float b) { return v + b; }
-    static __m128 lanes(__m128 v, __m128 b) { return _mm_add_ps(v, b); }
-};
-
-struct Subtract {
-    static float element(float v, float b) { return v - b; }
-    static __m128 lanes(__m128 v, __m128 b) { return _mm_sub_ps(v, b); }
-};
-
-struct Multiply {
-    static float element(float v, float b) { return v * b; }
-    static __m128 lanes(__m128 v, __m128 b) { return _mm_mul_ps(v, b); }
-};
 
 /// Lanes read b once; elements read it for each component as it then stands, each stored at once.
 template <class Formula>
