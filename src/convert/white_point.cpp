@@ -58,9 +58,14 @@ struct LowBits {
     }
 };
 
-/// Words from 0 to 255 (bytes) or 32767 (halves), which no pack changes.
+/// Words from 0 to 255 (bytes) or 65535 (halves), of which no bit is lost.
 struct InRange {
-    static __m128i halves(__m128i x, __m128i y) { return _mm_packs_epi32(x, y); }
+    // The pack is a signed one: the words are moved to its middle and back.
+    static __m128i halves(__m128i x, __m128i y) {
+        const __m128i middle = _mm_set1_epi32(0x8000);
+        return _mm_xor_si128(_mm_packs_epi32(_mm_sub_epi32(x, middle), _mm_sub_epi32(y, middle)),
+                             _mm_set1_epi16(-0x8000));
+    }
     static __m128i bytes(__m128i x, __m128i y) { return _mm_packs_epi32(x, y); }
 };
 
@@ -102,7 +107,7 @@ void wpointLanes(Sample* d, const float* a, float scale, float limit, float offs
     // Four groups in one store only where that store can't reach what the step has yet to read.
     const void* const aEnd = a + num;
     const bool sixteen = static_cast<const void*>(d) <= a || static_cast<const void*>(d) >= aEnd;
-    if (limit < (sizeof(Sample) == 1 ? 256.0f : 32768.0f))
+    if (limit < (sizeof(Sample) == 1 ? 256.0f : 65536.0f))
         sampleGroups<InRange>(d, lead, end, sixteen, lanes);
     else
         sampleGroups<LowBits>(d, lead, end, sixteen, lanes);
