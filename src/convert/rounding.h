@@ -9,17 +9,22 @@ namespace zel {
 /// control and status register stay as they are, flags raised in between included.
 class RoundDown {
 public:
-    RoundDown() : before(_mm_getcsr() & _MM_ROUND_MASK) { switchTo(_MM_ROUND_DOWN); }
-    ~RoundDown() { switchTo(before); }
+    RoundDown() : RoundDown(control()) {}
+    ~RoundDown() { round(control(), before); }
     RoundDown(const RoundDown&) = delete;
     RoundDown& operator=(const RoundDown&) = delete;
 
 private:
+    explicit RoundDown(unsigned now) : before(now & _MM_ROUND_MASK) { round(now, _MM_ROUND_DOWN); }
+
     // Compilers don't know that arithmetic depends on the register. The barriers keep loads and stores, and
     // with them the arithmetic in between, on their side of the switch.
-    static void switchTo(unsigned rounding) {
+    static unsigned control() {
         asm volatile("" ::: "memory");
-        _mm_setcsr((_mm_getcsr() & ~unsigned{_MM_ROUND_MASK}) | rounding);
+        return _mm_getcsr();
+    }
+    static void round(unsigned now, unsigned rounding) {
+        _mm_setcsr((now & ~unsigned{_MM_ROUND_MASK}) | rounding);
         asm volatile("" ::: "memory");
     }
 
