@@ -497,7 +497,7 @@ public:
     /// | -infinity | 2147483647, -inf  | -2147483648, -inf |
     ///
     /// The lane loops of `floor` and `splitFloat` switch this thread's rounding control and put it back, at
-    /// some 70 cycles a call; flags they raise remain. d, frac and a must share their phase for the lanes. d
+    /// some 60 cycles a call; flags they raise remain. d, frac and a must share their phase for the lanes. d
     /// and frac overlapping is the order of work: d is written before frac.
     /// @{
     static void cast(int* d, const float* a, std::int64_t num);

@@ -5,7 +5,6 @@
 #include <emmintrin.h>
 
 #include <cstdint>
-#include <type_traits>
 
 #include "ZEL_Math.h"
 
@@ -113,7 +112,6 @@ template <class Scope = NoScope, class Element, class Group>
 inline void walk(int phase, Count num, Element element, Group group) {
     // The tail goes first: a group store may land on its sources.
     const auto [lead, end] = edges(phase, num, element);
-    if (!std::is_empty_v<Scope> && lead == end) return;  // a Scope costs more than a call without lane groups
     [[maybe_unused]] Scope scope;
     // Four groups per step, each stored before the next one is loaded, so that the order under overlap stays.
     Count i = lead;
