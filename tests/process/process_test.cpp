@@ -1,115 +1,78 @@
 // What a process sees of the library: how the load leaves the flag, what it prints, and that every place from
-// which code can run may call in. Loads are watched from outside, in child processes.
+// which code can run may call in: constructors, a forked child, signal handlers, threads.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <xmmintrin.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "ZEL_Math.h"
 #include "kep.h"
 
-int earlySum();  // of early.cpp: 72 if the library was ready for it
+// Of early.cpp: a sum by a SIMD member, and what it was while that library was being loaded.
+int seven();
+extern int theEarlySeven;
 
 namespace {
 
-struct Outcome {
-    int code;  // the exit code, or minus the signal
-    std::string out, err;
-    bool operator==(const Outcome&) const = default;
-};
+using Z = ZEL_Math;
 
-std::ostream& operator<<(std::ostream& o, const Outcome& x) {
-    return o << "code " << x.code << ", stdout \"" << x.out << "\", stderr \"" << x.err << '"';
-}
-
-std::string content(std::FILE* file) {
-    std::string text(64 * 1024, '\0');
-    std::rewind(file);
-    text.resize(std::fread(text.data(), 1, text.size(), file));
-    std::fclose(file);
-    return text;
-}
-
-// Runs a program with this word for the processor and this value of the variable. Null means the real
-// processor, and no variable.
-Outcome run(std::vector<const char*> command, const char* word, const char* verbose) {
-    std::FILE* out = std::tmpfile();
-    std::FILE* err = std::tmpfile();
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(fileno(out), STDOUT_FILENO);
-        dup2(fileno(err), STDERR_FILENO);
-        unsetenv("QUARNEL_VERBOSE_ERROR");
-        if (verbose) setenv("QUARNEL_VERBOSE_ERROR", verbose, 1);
-        // A sanitizer would insist on being loaded first, before the stand-in.
-        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
-        if (word) setenv("STANDIN_WORD", word, 1);
-        if (word) setenv("LD_PRELOAD", ZEL_TEST_STANDIN, 1);
-        command.push_back(nullptr);
-        execv(command[0], const_cast<char**>(command.data()));
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), content(out), content(err)};
-}
-
-struct Verbose {
-    const char* value;
-    bool speaks;
-};
-constexpr Verbose theVerbose[] = {{nullptr, false}, {"0", false}, {"0x1", false}, {"00", false},
-                                  {"", true},       {"1", true},  {"yes", true},  {" 0", true}};
-constexpr const char* theWordsWithLanes[] = {nullptr, "8", "15", "264", "-1"};
-constexpr const char* theWordsWithout[] = {"0", "7", "16", "-9", "2147483639"};
-constexpr const char* theMessage = "Disabling SSE vector functions.\n";
-
-TEST(Load, BitSetGivesTheFlagInSilence) {
-    for (const char* word : theWordsWithLanes)
-        for (const Verbose& verbose : theVerbose)
-            EXPECT_EQ(run({ZEL_TEST_START}, word, verbose.value), (Outcome{1, "", ""}))
-                << "word " << (word ? word : "of the processor") << ", variable "
-                << (verbose.value ? verbose.value : "unset");
-}
-
-TEST(Load, BitClearLeavesTheFlagAndSaysSoOnRequest) {
-    for (const char* word : theWordsWithout)
-        for (const Verbose& verbose : theVerbose)
-            EXPECT_EQ(run({ZEL_TEST_START}, word, verbose.value),
-                      (Outcome{0, "", verbose.speaks ? theMessage : ""}))
-                << "word " << word << ", variable " << (verbose.value ? verbose.value : "unset");
-}
-
-TEST(Load, EachOfManyLoadsStartsAfresh) {
-    std::string messages;
-    for (int i = 0; i < 50; ++i) messages += theMessage;
-    for (const char* library : {ZEL_TEST_LIBRARY, ZEL_TEST_EARLY}) {
-        EXPECT_EQ(run({ZEL_TEST_RELOAD, library}, nullptr, "1"), (Outcome{1, "", ""})) << library;
-        EXPECT_EQ(run({ZEL_TEST_RELOAD, library}, "0", "1"), (Outcome{0, "", messages})) << library;
-        EXPECT_EQ(run({ZEL_TEST_RELOAD, library}, "0", nullptr), (Outcome{0, "", ""})) << library;
-    }
-}
-
-// Three and four, added by a SIMD member.
-int seven() {
-    const int a[6] = {3, 3, 3, 3, 3, 3};
-    int d[6];
-    ZEL_Math::addSIMD(d, a, 4, 6);
-    return d[1] == d[4] ? d[1] : 0;
-}
-const int theStaticSeven = ZEL_Math::isSIMD() ? seven() : 0;
+const int theStaticSeven = Z::isSIMD() ? seven() : 0;
 
 TEST(Load, IsDoneBeforeAnyCallerRuns) {
     EXPECT_EQ(theStaticSeven, 7);
-    EXPECT_EQ(earlySum(), 72);
+    EXPECT_EQ(theEarlySeven, 7);
+}
+
+struct Setting {
+    const char* value;
+    bool yes;
+};
+// Words for the processor, null for its own, and whether they mean lanes.
+constexpr Setting theWords[] = {{nullptr, true}, {"8", true},          {"15", true}, {"264", true},
+                                {"-1", true},    {"0", false},         {"7", false}, {"16", false},
+                                {"-9", false},   {"2147483639", false}};
+// Values of the variable, null for none, and whether they ask for the message.
+constexpr Setting theVerbose[] = {{nullptr, false}, {"0", false}, {"0x1", false}, {"00", false},
+                                  {"", true},       {"1", true},  {"yes", true},  {" 0", true}};
+
+void set(const char* name, const char* value) { value ? setenv(name, value, 1) : unsetenv(name); }
+
+/// What a command says on standard error, and its exit code.
+std::string run(const std::string& command) {
+    std::FILE* pipe = popen((command + " 2>&1 >/dev/null; echo flag $?").c_str(), "r");
+    std::string said(4096, '\0');
+    said.resize(std::fread(said.data(), 1, said.size(), pipe));
+    pclose(pipe);
+    return said;
+}
+
+TEST(Load, GivesTheFlagOrSaysOnRequestWhyNot) {
+    set("ASAN_OPTIONS", "verify_asan_link_order=0");  // else a sanitizer refuses to come behind the stand-in
+    for (const char* library : {ZEL_TEST_BUILD "/lib/libZEL.so.1", ZEL_TEST_BUILD "/lib/libearly.so"})
+        for (const Setting& word : theWords)
+            for (const Setting& verbose : theVerbose) {
+                set("STANDIN_WORD", word.value);
+                set("QUARNEL_VERBOSE_ERROR", verbose.value);
+                std::string wanted;
+                for (int load = 0; load < 50; ++load)
+                    if (!word.yes && verbose.yes) wanted += "Disabling SSE vector functions.\n";
+                wanted += word.yes ? "flag 1\n" : "flag 0\n";
+                const std::string standin =
+                    word.value ? "LD_PRELOAD=" ZEL_TEST_BUILD "/lib/libstandin.so " : "";
+                EXPECT_EQ(run(standin + ZEL_TEST_BUILD "/bin/process-reload " + library), wanted)
+                    << testing::PrintToString(word.value) << ' ' << testing::PrintToString(verbose.value);
+            }
 }
 
 TEST(Processor, DefinesBothWords) {
@@ -117,35 +80,11 @@ TEST(Processor, DefinesBothWords) {
     std::string line;
     while (std::getline(description, line) && !line.starts_with("cpu family")) {
     }
-    const int wantedFamily = std::stoi(line.substr(line.find(':') + 1));
-    for (int before : {0, -1}) {
+    for (const int before : {0, -1}) {
         int family = before, capabilities = before;
         KEPgetProcessor(family, capabilities);
-        EXPECT_EQ(family, wantedFamily);
+        EXPECT_EQ(family, std::stoi(line.substr(line.find(':') + 1)));
         EXPECT_EQ(capabilities, 8);
-    }
-}
-
-// Adds one to five elements that land four further on. An element loop has written the first of these sums
-// when it reads it for the last, 2 then; the lane form does the last one first, while it still reads 0.
-template <class Add>
-int lastSum(Add add) {
-    alignas(16) int x[12] = {};
-    add(x + 4, x, 1, 5);
-    return x[8];
-}
-int dispatched() {
-    return lastSum([](int* d, const int* a, int b, int num) { ZEL_Math::add(d, a, b, num); });
-}
-int inLanes() {
-    return lastSum([](int* d, const int* a, int b, int num) { ZEL_Math::addSIMD(d, a, b, num); });
-}
-
-TEST(Flag, ChoosesForDispatchingMembersOnly) {
-    for (bool on : {false, true}) {
-        ZEL_Math::forceSIMD(on);
-        EXPECT_EQ(dispatched(), on ? 1 : 2);
-        EXPECT_EQ(inLanes(), 1);
     }
 }
 
@@ -157,50 +96,90 @@ TEST(Shell, AssignmentCopiesNothing) {
     EXPECT_EQ(&(pair[0] = pair[1]), &pair[0]);
     EXPECT_EQ(&(pair[1] = std::move(pair[0])), &pair[1]);
     EXPECT_EQ(std::memcmp(static_cast<void*>(pair), bytes, 2), 0);
-    EXPECT_TRUE(ZEL_Math::isSIMD());
+    EXPECT_TRUE(Z::isSIMD());
 }
 
 TEST(Callers, AForkedChildHasItsOwnFlag) {
-    ZEL_Math::forceSIMD(false);
+    Z::forceSIMD(false);
     const pid_t child = fork();
     if (child == 0) {
-        const bool inherited = !ZEL_Math::isSIMD() && dispatched() == 2;
-        ZEL_Math::forceSIMD(true);
-        _exit(inherited && dispatched() == 1 && seven() == 7 ? 0 : 1);
+        const bool inherited = !Z::isSIMD();
+        Z::forceSIMD(true);
+        _exit(inherited && Z::isSIMD() && seven() == 7 ? 0 : 1);
     }
     int status = -1;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
-    EXPECT_FALSE(ZEL_Math::isSIMD());
-    ZEL_Math::forceSIMD(true);
+    EXPECT_FALSE(Z::isSIMD());
+    Z::forceSIMD(true);
 }
 
-char* theStack;  // the page below it is nobody's
 volatile int theSignalSeven = 0;
-volatile bool theStackWasUsed = false;
 
 TEST(Callers, AHandlerOnASmallAlternateStack) {
     const std::size_t size = SIGSTKSZ, page = sysconf(_SC_PAGESIZE);
-    char* guard = static_cast<char*>(
-        mmap(nullptr, page + size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    ASSERT_EQ(mprotect(guard, page, PROT_NONE), 0);
-    theStack = guard + page;
-    stack_t stack = {}, before = {};
-    stack.ss_sp = theStack;
+    void* guard = mmap(nullptr, page + size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_EQ(mprotect(guard, page, PROT_NONE), 0);  // who needs more than the stack falls into it
+    stack_t stack = {};
+    stack.ss_sp = static_cast<char*>(guard) + page;
     stack.ss_size = size;
-    ASSERT_EQ(sigaltstack(&stack, &before), 0);
+    ASSERT_EQ(sigaltstack(&stack, nullptr), 0);
     struct sigaction action = {};
     action.sa_flags = SA_ONSTACK;
-    action.sa_handler = [](int) {
-        char here;
-        theStackWasUsed = &here >= theStack && &here < theStack + SIGSTKSZ;
-        theSignalSeven = seven();
-    };
+    action.sa_handler = [](int) { theSignalSeven = seven(); };
     ASSERT_EQ(sigaction(SIGUSR1, &action, nullptr), 0);
     raise(SIGUSR1);
-    sigaltstack(&before, nullptr);
-    EXPECT_TRUE(theStackWasUsed);
     EXPECT_EQ(theSignalSeven, 7);
+}
+
+constexpr std::int64_t num = 1203;       // two blocks of a sum, three elements of tail
+alignas(16) float theA[num], theB[num];  // read by all
+alignas(16) std::uint32_t theMask[num];
+
+/// One of each family on arrays of its own, under a rounding and denormal mode.
+struct Results {
+    alignas(16) float f[8][num + 1] = {};
+    alignas(16) int n[3][num + 1] = {};
+    std::uint8_t samples[num + 13] = {};  // fills its 16 bytes: nothing lies between that isn't compared
+    double sums[4] = {};
+
+    explicit Results(unsigned mode) {
+        const unsigned control = 0x1F80 | (mode & 3) << 13 | (mode & 4) << 13;
+        _mm_setcsr(control);
+        Z::madd(f[0], theA, theB, num), Z::safediv(f[1], theA, theB, num);
+        Z::lt(n[0], theA, theB, num), Z::splitFloat(n[1], f[2], theA, num);
+        Z::set(f[3], theB, num, theMask), Z::swap(f[1], f[3], num);
+        Z::wpoint(samples, theA, 255.0f, 255.0f, 1.0f, num), Z::iwpoint(f[4], samples, 255.0f, 0, num);
+        std::memcpy(f[5], theB, sizeof theB), Z::vadd4u4(f[5], theA, num / 4, nullptr);
+        Z::mulColVec44(f[5], reinterpret_cast<const float(*)[4]>(theA), num / 4, theMask);
+        sums[0] = Z::dot(theA, theB, num), sums[1] = Z::maddAndNorm(f[6], theA, 0.7, num);
+        sums[2] = Z::mulAndDotDA(f[7], theA, theB, num);
+        sums[3] = static_cast<double>(Z::zerocount(n[0], num));
+        // Again and again, so that the switches of two threads do meet.
+        for (int repeat = 0; repeat < 100; ++repeat) Z::floor(n[2], theA, num);
+        EXPECT_EQ(_mm_getcsr() & ~0x3Fu, control);
+        _mm_setcsr(0x1F80);
+    }
+    bool operator==(const Results& other) const { return std::memcmp(this, &other, sizeof other) == 0; }
+};
+
+TEST(Threads, GetTheBitsThatTheyGetAlone) {
+    for (int i = 0; i < num; ++i) {
+        theA[i] = static_cast<float>(i % 97 - 40) / 7;
+        theB[i] = static_cast<float>(i % 61) * 1e-3f;
+        theMask[i] = i % 3 == 0;
+    }
+    theB[1] = 1e-40f;  // for the modes without denormals
+    std::vector<Results> alone;
+    for (unsigned mode = 0; mode < 8; ++mode) alone.emplace_back(mode);
+    for (unsigned mode = 1; mode < 8; ++mode)
+        EXPECT_FALSE(alone[mode] == alone[0]) << "a mode without effect";
+    std::vector<std::thread> threads;
+    for (unsigned mode = 0; mode < 8; ++mode)
+        threads.emplace_back([&, mode] {
+            for (int repeat = 0; repeat < 200; ++repeat) EXPECT_TRUE(Results(mode) == alone[mode]) << mode;
+        });
+    for (std::thread& t : threads) t.join();
 }
 
 }  // namespace

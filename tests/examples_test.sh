@@ -1,0 +1,79 @@
+#!/usr/bin/env bash
+# Runs an example as its user would, on a photograph: examples_test.sh panorama|poisson PROGRAM
+set -uo pipefail
+
+program=$2 photograph=$PWD/../examples/data/city.exr failures=0
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch" && cp "$photograph" in.exr || exit 1
+
+fault() { echo "$*"; failures=$((failures + 1)); }
+
+# refused REASON ARGUMENT...: one line with the reason, nothing on standard output, a failing exit, no file left.
+refused() {
+    "$program" "${@:2}" >said 2>complaint && fault "accepted: ${*:2}"
+    [[ $(wc -l <complaint) == 1 && $(<complaint) == *"$1"* && ! -s said ]] || fault "${*:2}: $(<complaint)"
+    compgen -G 'out.png*' >/dev/null && fault "left a file: ${*:2}"
+    rm -f out.png*
+}
+
+# makes SIZE FILE ARGUMENT...: a PNG of this width, height and depth, and no part of another.
+makes() {
+    "$program" in.exr "${@:2}" >said || fault "failed: ${*:2}"
+    [[ $(file -b "$2") == "PNG image data, $1-bit"* ]] || fault "not $1: ${*:2}: $(file "$2")"
+    compgen -G "$2.*" >/dev/null && fault "left a part: ${*:2}"
+}
+
+panorama() {
+    local length arguments
+    echo "This is not a picture." >text.exr
+    mkdir directory.exr
+    for length in 0 1 4 9 200 340 1000 100000 211786; do head -c $length in.exr >short-$length.exr; done
+    for arguments in short-*.exr text.exr directory.exr missing.exr; do refused '' $arguments out.png; done
+    for arguments in '' directory.exr missing/out.png in.exr 'out.png third'; do refused '' in.exr $arguments; done
+    cmp in.exr "$photograph" || fault "the input was written to"
+    refused ''
+    for arguments in '--fov 0' '--fov 180' '--fov -1' '--fov nan' '--fov ten' '--fov 9x' '--fov' '--size 0x9' \
+        '--size 9' '--size 9x9x9' '--size 99999x9' '--yaw inf' '--pitch 91' '--exposure nan' '--offset 1e99' \
+        '--tone loud' '--bits 12' '--colour' '-x' '--flat --yaw 5'; do
+        refused '' in.exr out.png $arguments
+    done
+
+    makes '67 x 35, 8' one.png --size 67x35 --yaw 180 --pitch -20
+    makes '67 x 35, 8' two.png --pitch=-20 --size=67x35 --yaw=180
+    cmp one.png two.png || fault "the same view twice gives two pictures"
+    makes '67 x 35, 8' two.png --size 67x35 --yaw 0 --pitch -20
+    cmp -s one.png two.png && fault "another view gives the same picture"
+    makes '67 x 35, 16' one.png --size 67x35 --pitch 90 --fov 140 --tone reinhard --mark-clipped --exposure 3 --bits 16
+    makes '1024 x 512, 8' one.png --flat --exposure 0 --offset 0.1
+}
+
+poisson() {
+    local where
+    unfilled() { refused "$1" in.exr out.png "${@:2}"; }
+    unfilled 'takes an input'
+    for where in 1,2 1,2,3x 1,2,3x4x5 a,b,3x4 ''; do unfilled 'is written' --rectangle "$where"; done
+    for where in 5,5,0x9 5,5,9x0 5,5,-3x9; do unfilled 'is empty' --rectangle $where; done
+    for where in -1,5,9x9 5,-1,9x9 1020,5,9x9 5,510,9x9 2000,5,9x9 '5,5,9x9 --source 1020,5'; do
+        unfilled 'within the picture' --rectangle $where
+    done
+    unfilled 'nothing surrounds' --rectangle 0,0,1024x512
+    unfilled 'no convergence' --rectangle 34,322,104x78 --iterations 5
+    unfilled 'no convergence' --rectangle 34,322,30x20 --tolerance 1e-9 --iterations 999
+
+    fills() {
+        makes '1024 x 512, 8' "$1" --rectangle "${@:2}"
+        [[ $(<said) == *'all kernels'* ]] || fault "not to the end: $*"
+    }
+    fills plain.png 0,0,1x1 --source 0,0 --exposure -1
+    fills same.png 100,100,50x41 --source 100,100 --exposure -1
+    cmp plain.png same.png || fault "a rectangle filled with itself changes the picture"
+    fills sky.png 620,60,100x80 --exposure -1
+    cmp plain.png sky.png || fault "a membrane between blown pixels isn't blown"
+    fills brick.png 124,150,148x118 --source 622,150 --exposure -1
+    cmp -s plain.png brick.png && fault "nothing was filled"
+    fills border.png 0,503,1024x9
+}
+
+$1
+((failures == 0))

@@ -1,0 +1,75 @@
+#!/usr/bin/env bash
+# What is installed serves an outside project, once with find_package and once with pkg-config:
+#   installed_test.sh BUILD_DIRECTORY COMPILER moved|apart|packages...
+set -euo pipefail
+
+build=$1
+export CXX=$2
+tree=$(cd "$(dirname "$0")/.." && pwd)
+temp=$(mktemp -d)
+trap 'rm -rf "$temp"' EXIT
+
+fail() { echo "$*"; exit 1; }
+quietly() { "$@" >"$temp/log" 2>&1 || fail "This failed: $*" $'\n' "$(<"$temp/log")"; }
+
+# make SOURCE DIRECTORY CMAKE_OPTION...
+make() { quietly cmake -G Ninja -S "$1" -B "$2" "${@:3}"; quietly cmake --build "$2" -j2; }
+library() { make "$tree" "$1" -DZEL_TESTS=OFF -DZEL_EXAMPLES=OFF "${@:2}"; }
+
+# consume PREFIX LIBRARY_DIRECTORY: both roads to the library.
+consume() {
+    local first=$temp/first
+    rm -rf "$first"
+    make "$tree/examples/first" "$first" -DCMAKE_PREFIX_PATH="$1"
+    [[ $("$first/first") == 750 ]] || fail "By find_package the program computes something else."
+    [[ $(ldd "$first/first") == *"libZEL.so.1 => $2/"* ]] || fail "The program runs another libZEL."
+    # Not quoted: the flags are words.
+    quietly "$CXX" "$tree/examples/first/first.cpp" -o "$first/first" \
+        $(PKG_CONFIG_PATH=$2/pkgconfig pkg-config --cflags --libs zel)
+    [[ $(LD_LIBRARY_PATH=$2 "$first/first") == 750 ]] || fail "By pkg-config the program computes something else."
+}
+
+# An installed tree finds its own place. It has the one header, which stands alone under every standard.
+moved() {
+    quietly cmake --install "$build" --prefix "$temp/installed"
+    mv "$temp/installed" "$temp/moved"
+    consume "$temp/moved" "$temp/moved/$(sed -n 's/^CMAKE_INSTALL_LIBDIR:PATH=//p' "$build/CMakeCache.txt")"
+    local headers compiler
+    mapfile -t headers < <(find "$temp/moved" -name '*.h')
+    [[ ${#headers[@]} == 1 && ${headers[0]} == */ZEL_Math.h ]] || fail "Not the one header: ${headers[*]}"
+    for compiler in {g++,clang++}' -std=c++'{11,14,17,20}; do
+        command -v ${compiler% *} >/dev/null || continue
+        quietly $compiler -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ "${headers[0]}"
+    done
+}
+# The library directory may be an absolute path, apart from the prefix.
+apart() {
+    library "$temp/build" -DZEL_WIDE_COPIES=OFF -DCMAKE_INSTALL_PREFIX="$temp/prefix" \
+        -DCMAKE_INSTALL_LIBDIR="$temp/apart/lib"
+    quietly cmake --install "$temp/build"
+    consume "$temp/apart" "$temp/apart/lib"
+}
+# The Debian packages, each unpacked by itself, and both together.
+packages() {
+    # Install directories are settled at configure time. This build stays, so only its first run takes long.
+    library "$build/package" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr
+    quietly cpack --config "$build/package/CPackConfig.cmake" -B "$temp"
+    cd "$temp"
+    local libraries file
+    libraries=usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)
+    for file in libzel1 libzel-dev; do
+        dpkg-deb -x ${file}_*.deb $file
+        dpkg-deb -x ${file}_*.deb both
+    done
+    for file in $libraries/{libZEL.so.1,libKEP.so.1,glibc-hwcaps/x86-64-v{3,4}/libZEL.so.1}; do
+        [[ -e libzel1/$file ]] || fail "libzel1 is without $file."
+    done
+    for file in usr/include/ZEL_Math.h $libraries/{libZEL.so,pkgconfig/zel.pc,cmake/ZEL/ZELConfig.cmake}; do
+        [[ -e both/$file && ! -e libzel1/$file ]] || fail "libzel-dev, and it alone, should have $file."
+    done
+    [[ $(dpkg-deb -I libzel1_*.deb triggers) == "activate-noawait ldconfig" ]] || fail "ldconfig isn't triggered."
+    [[ $(dpkg-deb -f libzel-dev_*.deb Depends) =~ ^libzel1\ \(=\  ]] || fail "libzel-dev takes any libzel1."
+    consume "$temp/both/usr" "$temp/both/$libraries"
+}
+
+for kind in "${@:3}"; do $kind; done
