@@ -10,28 +10,28 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint8_t* const end = data + size;
     const auto byte = [&]() -> std::uint32_t { return data < end ? *data++ : 0; };
     const auto half = [&] { return byte() << 8 | byte(); };
-    [[maybe_unused]] static const bool named = [] {
-        std::string library;
-        for (Row& row : rows()) row.name = symbolOf(row.member, library);
-        return true;
-    }();
     Row row = rows()[half() % rows().size()];
+    std::string library;
+    row.name = symbolOf(row.member, library);
     Case c;
     const std::uint32_t mode = byte(), kind = byte();
     c.flag = mode & 1;
     c.control = 0x1F80 | (mode >> 1 & 3) << 13 | (mode >> 3 & 1) << 15 | (mode >> 4 & 1) << 6 | (byte() & 63);
-    Count widest = 1;
-    for (const Operand& o : row.operands) widest = std::max(widest, Count{o.size} * o.perCount);
-    c.count = kind < 192 ? kind % 70 : half() % (paneBytes / 2 / widest);
+    Count most = paneBytes / 2;
+    for (const Operand& o : row.operands) most = std::min(most, paneBytes / 2 / o.size / o.perCount);
+    c.count = kind < 192 ? kind % 70 : half() % most;
+    const auto bytesOf = [&](const Operand& o) {
+        return o.array ? (o.fixed ? o.fixed : o.perCount * c.count) * o.size : o.size;
+    };
     c.places.resize(row.operands.size());
     int pane = 0;
     for (std::size_t k = 0; k < row.operands.size(); ++k) {
         const Operand& o = row.operands[k];
         if (!o.array) continue;
-        const Count room = paneBytes - (o.fixed ? o.fixed : o.perCount * c.count) * o.size;
+        const Count room = paneBytes - bytesOf(o);
         const std::uint32_t how = byte(), shift = byte();
         // In memory of its own, in the middle or at an end, or near another one.
-        Place p{pane, shift == 255 ? 0 : shift == 254 ? room : paneBytes / 3 + shift % 16 * o.size, false};
+        Place p{pane++, shift == 255 ? 0 : shift == 254 ? room : paneBytes / 3 + shift % 16 * o.size, false};
         if (how % 3 && k > 0) {
             p = c.places[how / 3 % k];
             constexpr Count steps[] = {1, 4, 64, 1024};
@@ -40,15 +40,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         p.offset = std::clamp<Count>(p.offset - p.offset % o.size, 0, room);
         p.null = o.nullable && how > 128;
         c.places[k] = p;
-        ++pane;
     }
     // What is left of the bytes is data: values first, then the start of each array; the rest is the engine's.
     row.adjust = [&, adjust = row.adjust](Case& it, const auto& random) {
         for (std::size_t k = 0; k < row.operands.size(); ++k) {
             const Operand& o = row.operands[k];
             if (it.places[k].null || data == end) continue;
-            const Count bytes = o.array ? (o.fixed ? o.fixed : o.perCount * it.count) * o.size : o.size;
-            const Count given = std::min<Count>(bytes, o.array ? byte() : bytes);
+            const Count given = std::min<Count>(bytesOf(o), o.array ? byte() : o.size);
             std::byte* to = o.array ? it.at(Side::library, k) : reinterpret_cast<std::byte*>(&it.values[k]);
             for (Count i = 0; i < given && data < end; ++i) to[i] = static_cast<std::byte>(byte());
         }
