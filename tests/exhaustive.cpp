@@ -15,8 +15,8 @@ constexpr unsigned usual = 0x1F80, downward = 0x2000;
 constexpr unsigned modes[] = {usual, usual | downward, usual | 0x4000, usual | 0x6000, usual | 0x8040};
 bool failed = false;
 
-/// Both members of a name with the flag clear: the SIMD one goes by elements where phases are apart, else by lanes, whose
-/// formula may hold in another rounding mode.
+/// Both members of a name with the flag clear: the SIMD one goes by elements where phases are apart, else by
+/// lanes, whose formula may hold in another rounding mode.
 template <class D, class Element, class Lane>
 void sweep(const char* name, void (*plain)(D*, const float*, Count), void (*simd)(D*, const float*, Count),
            Element element, Lane lane, unsigned control = usual, unsigned laneRounding = 0) {
