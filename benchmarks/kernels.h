@@ -31,7 +31,7 @@ struct Kernels {
 /// denormals, which would be measured instead.
 struct Values {
     float third = 1.0f / 3, low = 0.25f, high = 0.75f, white = 255;
-    float matrix[4][4] = {
+    alignas(16) float matrix[4][4] = {
         {.7f, .1f, .1f, .1f}, {.1f, .7f, .1f, .1f}, {.1f, .1f, .7f, .1f}, {.1f, .1f, .1f, .7f}};
 };
 /// As a caller has them: known when the program runs, and to no compiler.
@@ -50,5 +50,6 @@ inline void keep(double x) { asm volatile("" : : "x"(x)); }
 #define BENCH_PEER(function) extern "C" __attribute__((visibility("default"))) bench::Kernels function()
 BENCH_PEER(plainKernels);
 BENCH_PEER(nativeKernels);
+BENCH_PEER(straightKernels);
 BENCH_PEER(eigenKernels);
 BENCH_PEER(volkKernels);
