@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <thread>
 
-#include "signatures.h"
+#include "engine.h"
 
 using namespace test;
 

@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             const Operand& o = row.operands[k];
             if (it.places[k].null || data == end) continue;
             const Count given = std::min<Count>(bytesOf(o), o.array ? byte() : o.size);
-            std::byte* to = o.array ? it.at(Side::library, k) : reinterpret_cast<std::byte*>(&it.values[k]);
+            std::byte* to = it.at(Side::library, k);
             for (Count i = 0; i < given && data < end; ++i) to[i] = static_cast<std::byte>(byte());
         }
         if (adjust) adjust(it, random);

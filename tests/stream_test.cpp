@@ -1,66 +1,53 @@
 // Rows of the vector streams.
-#include <gtest/gtest.h>
-
-#include "signatures.h"
+#include "engine.h"
 
 using namespace test;
 
 namespace {
 
-using Mask = std::uint32_t;
-using Stream = void(float*, const float (*)[4], Count, const Mask*);
-
 enum class Fourth { scaled, added, none };
 
-bool onLanes(const Case& c, Count least) {
-    return c.flag && phaseOf(c.at(Side::library, 0)) == 0 && c.count >= least;
-}
-bool taken(const Case& c, std::size_t mask, Count i) {
-    return c.places[mask].null || c.load<Mask>(mask, i) == 0;
-}
+/// Lanes read what each vector meets once, before all; elements read it as it stands at each vector.
+bool onLanes(const Case& c, Count least) { return c.flag && c.phase(0) == 0 && c.count >= least; }
+bool taken(const Case& c, Count i) { return c.places[3].null || c.load<Mask>(3, i) == 0; }
 
-void matrixRow(Stream* member, bool column, int stride, Fourth fourth) {
-    Row& row = modelRow<Stream>(member, Kind::loop, [=](const Row&, const Case& c) -> std::uint64_t {
-        const int results = fourth == Fourth::scaled ? 4 : 3;
+void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), bool column, int stride,
+               Fourth fourth) {
+    Row row = modelRow(member, Kind::loop, [=](const Row&, const Case& c) -> std::uint64_t {
+        const int results = fourth == Fourth::scaled ? 4 : 3, terms = fourth == Fourth::none ? 3 : 4;
         const bool lanes = fourth == Fourth::scaled && onLanes(c, 1);
-        // Entry that scales component k in result j, as it stands now.
-        const auto entry = [&](int k, int j) { return c.load<float>(1, column ? 4 * j + k : 4 * k + j); };
-        float first[4][4] = {};
-        for (int k = 0; k < 4 && lanes; ++k)
-            for (int j = 0; j < 4; ++j) first[k][j] = entry(k, j);
+        float m[4][4];  // what scales component k in result j
         for (Count i = 0; i < c.count; ++i) {
-            if (!taken(c, 3, i)) continue;
-            float v[4] = {}, r[4] = {};
-            for (int k = 0; k < results; ++k) v[k] = c.load<float>(0, stride * i + k);
+            for (int k = 0; k < terms && (i == 0 || !lanes); ++k)
+                for (int j = 0; j < results; ++j) m[k][j] = c.load<float>(1, column ? 4 * j + k : 4 * k + j);
+            if (!taken(c, i)) continue;
+            float r[4];
             for (int j = 0; j < results; ++j) {
-                const auto term = [&](int k) { return product(v[k], lanes ? first[k][j] : entry(k, j)); };
-                if (lanes) {
-                    r[j] = sum(sum(term(3), term(2)), sum(term(1), term(0)));
-                    continue;
-                }
+                const auto term = [&](int k) { return product(c.load<float>(0, stride * i + k), m[k][j]); };
                 r[j] = sum(sum(term(0), term(1)), term(2));
+                if (fourth == Fourth::added) r[j] = sum(r[j], m[3][j]);
                 if (fourth == Fourth::scaled) r[j] = sum(r[j], term(3));
-                if (fourth == Fourth::added) r[j] = sum(r[j], entry(3, j));
+                if (lanes) r[j] = sum(sum(term(3), term(2)), sum(term(1), term(0)));
             }
             for (int j = 0; j < results; ++j) c.save(0, stride * i + j, r[j]);
         }
         return 0;
     });
     row.operands[0].perCount = stride;
-    row.operands[0].size = row.operands[1].size = 4;
+    row.operands[1].size = 4;
     // Floats of m up to the last one that the member names.
     row.operands[1].fixed = fourth == Fourth::scaled ? 16 : fourth == Fourth::none ? 11 : column ? 12 : 15;
     row.operands[3].nullable = true;
+    add(row);
 }
 
-template <class Formula>
-void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), Formula formula) {
-    Row& row = modelRow(member, Kind::loop, [=](const Row&, const Case& c) -> std::uint64_t {
-        float first[4] = {};
+void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), float (*formula)(float, float)) {
+    Row row = modelRow(member, Kind::loop, [=](const Row&, const Case& c) -> std::uint64_t {
+        float first[4];
         const bool lanes = onLanes(c, 4);
         for (int k = 0; k < 4 && lanes; ++k) first[k] = c.load<float>(1, k);
         for (Count i = 0; i < c.count; ++i)
-            if (taken(c, 3, i))
+            if (taken(c, i))
                 for (int k = 0; k < 4; ++k)
                     c.save(0, 4 * i + k,
                            formula(c.load<float>(0, 4 * i + k), lanes ? first[k] : c.load<float>(1, k)));
@@ -68,6 +55,7 @@ void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), Formu
     });
     row.operands[0].perCount = row.operands[1].fixed = 4;
     row.operands[3].nullable = true;
+    add(row);
 }
 
 const Register streams([] {

@@ -11,99 +11,62 @@
 #include <algorithm>
 #include <cstdio>
 #include <random>
+#include <stdexcept>
 
 namespace test {
 namespace {
 
-constexpr Count margin = 256;
-constexpr int panes = 5;
+constexpr int panes = 6, valuePane = 5;
+constexpr Count paneStride = paneBytes + 2 * page, modelDistance = panes * paneStride;
 
 /// Readable bytes between two unreadable pages, for each pane on both sides.
-std::byte* paneMemory(Side side, int pane) {
-    static std::byte* const base = [] {
-        constexpr Count stride = paneBytes + 2 * page;
-        void* all = mmap(nullptr, 2 * panes * stride, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        auto* bytes = static_cast<std::byte*>(all);
-        for (int k = 0; k < 2 * panes; ++k)
-            mprotect(bytes + k * stride + page, paneBytes, PROT_READ | PROT_WRITE);
-        return bytes;
-    }();
-    return base + ((side == Side::model ? panes : 0) + pane) * (paneBytes + 2 * page) + page;
-}
+std::byte* const thePanes = [] {
+    void* all = mmap(nullptr, 2 * modelDistance, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    auto* first = static_cast<std::byte*>(all) + page;
+    for (int k = 0; k < 2 * panes; ++k) mprotect(first + k * paneStride, paneBytes, PROT_READ | PROT_WRITE);
+    return first;
+}();
 
-std::mt19937 random32;
-std::uint64_t random64() {
-    const std::uint64_t high = random32();
-    return high << 32 | random32();
-}
-std::uint32_t below(std::uint32_t n) {
-    return static_cast<std::uint32_t>(std::uint64_t{random32()} * n >> 32);
-}
+// ---- Contents
 
-/// A special value, random bits, or a number of everyday size, as the bits of a Float.
+std::mt19937_64 theRandom;
+std::uint32_t below(std::uint32_t n) { return (theRandom() >> 32) * n >> 32; }
+
+/// The bits of a Float: zeros, denormals, infinities, NaNs of both kinds, what lies around 1 and the bounds of integers,
+/// everyday numbers, anything. If plain, just a number with the given exponent.
 template <class Float, class Bits>
-Bits content() {
-    using L = std::numeric_limits<Float>;
-    constexpr Bits sign = ~(~Bits{0} >> 1), quiet = Bits{1} << (L::digits - 2);
-    const auto of = [](double x) { return std::bit_cast<Bits>(static_cast<Float>(x)); };
-    static const Bits one = of(1), infinity = std::bit_cast<Bits>(L::infinity()), two31 = of(2147483648.0);
-    static const Bits special[] = {0,
-                                   1,
-                                   quiet - 1,
-                                   std::bit_cast<Bits>(L::min()),
-                                   std::bit_cast<Bits>(L::min()) - 1,
-                                   std::bit_cast<Bits>(L::max()),
-                                   infinity,
-                                   infinity + 1,
-                                   infinity + quiet / 2,
-                                   infinity + quiet,
-                                   infinity + quiet + 0x1234,
-                                   one,
-                                   one - 1,
-                                   of(0.5),
-                                   of(0.5) - 1,
-                                   of(2),
-                                   of(255),
-                                   of(8388608),
-                                   of(8388607.5),
-                                   of(16777216),
-                                   of(16777218),
-                                   two31,
-                                   two31 - 1,
-                                   two31 + 1,
-                                   sign - 1};
-    const std::uint32_t kind = below(4), draw = random32();
-    if (kind == 0) return special[draw % std::size(special)] ^ (below(2) ? sign : 0);
-    if (kind == 1) return static_cast<Bits>(random64());
-    if (kind == 2) return of((static_cast<int>(draw % 4001) - 2000) / 8.0);
-    return of(std::ldexp(draw >> 8, static_cast<int>(below(9)) - 24));
+Bits content(bool plain, Bits below1) {
+    constexpr int shift = std::numeric_limits<Float>::digits - 1;
+    constexpr Bits bias = std::numeric_limits<Float>::max_exponent - 1, top = 2 * bias + 1;
+    constexpr Bits quiet = Bits{1} << (shift - 1), full = 2 * quiet - 1, sign = ~(~Bits{0} >> 1);
+    const Bits any = theRandom();
+    const Bits exponents[] = {0,         1,        bias - 2,  bias - 1,    bias,      bias + 1,
+                              bias + 2,  bias + 7, bias + 22, bias + 23,   bias + 24, bias + 30,
+                              bias + 31, top - 1,  top,       any >> shift};
+    const Bits fractions[] = {0, 1, quiet - 1, quiet, full, any, any, any & 7 * (quiet / 4)};
+    const Bits exponent = plain ? bias - below1 : exponents[below(16)];
+    const Bits fraction = plain ? any : fractions[below(8)];
+    return (any & sign) | (exponent & top) << shift | (fraction & full);
 }
 
-/// A long stretch of each content, drawn from by copying: the sweep is too big to make every word anew.
-const std::vector<std::byte>& soup(Content kind) {
-    static const auto soups = [] {
-        random32.seed(1);
-        std::array<std::vector<std::byte>, 4> all;
-        for (auto& s : all) s.resize(1 << 20);
-        for (std::size_t i = 0; i < all[0].size(); i += 8) {
-            std::uint64_t words = content<float, std::uint32_t>();
-            words = words << 32 | content<float, std::uint32_t>();
-            const std::uint64_t halves =
-                (below(2) ? ~std::uint32_t{0} : 0u) | (below(2) ? std::uint64_t{0xFFFFFFFF} << 32 : 0);
-            const std::uint64_t chunk[] = {words, content<double, std::uint64_t>(), words & halves,
-                                           random64() & halves};
-            for (std::size_t k = 0; k < 4; ++k) std::memcpy(&all[k][i], &chunk[k], 8);
+/// Words of each content, drawn from by copying: the sweep is too big to make every word anew. The plain ones are
+/// numbers of like size within a stretch, since one NaN or infinity would hide every order of additions.
+const auto theSoups = [] {
+    std::array<std::array<std::vector<std::uint64_t>, 3>, 2> soups;
+    std::uint32_t below1 = 0;
+    for (const bool plain : {false, true})
+        for (int i = 0; i < 1 << 17; ++i) {
+            if (i % 256 == 0) below1 = below(32);
+            const std::uint64_t low = content<float>(plain, below1), high = content<float>(plain, below1);
+            constexpr std::uint64_t halves[] = {0, 0xFFFFFFFF, 0xFFFFFFFF00000000, 0xFFFFFFFFFFFFFFFF};
+            soups[plain][0].push_back(high << 32 | low);
+            soups[plain][1].push_back(content<double, std::uint64_t>(plain, below1));
+            soups[plain][2].push_back((high << 32 | low) & halves[below(4)]);
         }
-        return all;
-    }();
-    return soups[static_cast<std::size_t>(kind)];
-}
-const std::byte* ladle(Content kind, Count bytes) {
-    const auto& s = soup(kind);
-    return &s[below(static_cast<std::uint32_t>((static_cast<Count>(s.size()) - bytes) / 8)) * 8];
-}
+    return soups;
+}();
 
-// ---- The case at work, for the report of a failure or a crash.
+// ---- The case at work, for the report of a failure or a crash
 
 const Row* theRow;
 const Case* theCase;
@@ -117,322 +80,226 @@ std::string format(const char* pattern, A... a) {
     return line;
 }
 
-std::string describeCase() {
+/// The case, and what of each operand lies at an address of the library's side.
+std::string report(const void* address) {
     const Case& c = *theCase;
-    std::string text = theRow->name + format("\n  flag %s, count %ld, MXCSR %04x\n", c.flag ? "set" : "clear",
-                                             c.count, c.control);
-    for (std::size_t k = 0; k < theRow->operands.size(); ++k) {
-        const Place& p = c.places[k];
-        if (!theRow->operands[k].array)
-            text += format("  operand %zu: value %lx\n", k, c.values[k]);
-        else
-            text +=
-                format("  operand %zu: phase %ld, memory %d%s from byte %ld of %ld\n", k,
-                       phaseOf(c.at(Side::library, k)), p.pane, p.null ? " (null)" : "", p.offset, paneBytes);
+    std::string text =
+        theRow->name + format("\n  flag %d, count %ld, MXCSR %04x\n", c.flag, c.count, c.control);
+    for (std::size_t k = 0; k < c.places.size(); ++k) {
+        const Operand& o = theRow->operands[k];
+        const std::byte *from = c.at(Side::library, k), *to = from + extent(o, c.count);
+        text += o.array ? format("  operand %zu: phase %ld, %p to %p", k, c.phase(k), from, to)
+                        : format("  operand %zu: value %lx", k, c.load<std::uint64_t>(k));
+        if (o.array && address >= from && address < to) {
+            const Count i = (static_cast<const std::byte*>(address) - from) / o.size;
+            const Count lead = lanePhase(*theRow, c), end = lead + ((c.count - lead) & ~Count{3});
+            const char* part = i < lead ? "lead-in" : i < end ? "lane group" : "tail";
+            text += format(", here element %ld, %s", i, lead < 0 ? "element loop" : part);
+        }
+        text += "\n";
     }
     return text;
 }
 
-/// Which element of which operand a byte belongs to, and what part of the work that is.
-std::string whereIs(int pane, Count byte) {
-    for (std::size_t k = 0; k < theRow->operands.size(); ++k) {
-        const Operand& o = theRow->operands[k];
-        const Place& p = theCase->places[k];
-        if (!o.array || p.null || p.pane != pane || byte < p.offset ||
-            byte >= p.offset + extent(o, theCase->count))
-            continue;
-        const Count i = (byte - p.offset) / o.size;
-        const char* part = "";
-        Count end = 0;  // of the lane groups
-        for (const Step& s : theRow->order ? theRow->order(*theRow, *theCase) : Steps()) {
-            if (s.lanes == 4) end = s.first + 4;
-            if (s.lanes == 4 && i >= s.first && i < end) part = ", in a lane group";
-        }
-        if (end && !*part) part = i >= end ? ", in the tail" : ", in the lead-in";
-        return format("operand %zu, index %ld%s", k, i, part);
-    }
-    return "outside of all operands";
+[[noreturn]] void fail(const std::string& what, const void* address = nullptr) {
+    throw std::runtime_error(what + " in " + report(address));
 }
 
 [[noreturn]] void crashed(int signal, siginfo_t* info, void*) {
     std::fprintf(stderr, "signal %d at %p in %s", signal, info->si_addr,
-                 theCase ? describeCase().c_str() : "no case");
-    for (int pane = 0; pane < panes; ++pane) {
-        const Count byte = static_cast<std::byte*>(info->si_addr) - paneMemory(Side::library, pane);
-        if (byte >= -page && byte < paneBytes + page)
-            std::fprintf(stderr, "  byte %ld of memory %d\n", byte, pane);
-    }
+                 theCase ? report(info->si_addr).c_str() : "no case\n");
     _exit(3);
 }
 
 // ---- One case
 
-std::uint64_t theDigests[2] = {14695981039346656037u,
-                               14695981039346656037u};  // FNV-1a; the second of estimates
-void digest(bool estimate, const std::byte* bytes, Count size) {
-    std::uint64_t& d = theDigests[estimate];
-    for (Count i = 0; i < size; ++i) d = (d ^ static_cast<std::uint64_t>(bytes[i])) * 1099511628211u;
+std::uint64_t theDigests[] = {14695981039346656037u,
+                              14695981039346656037u};  // FNV-1a; the second of estimates
+
+void digest(const Row& row, std::uint64_t word) {
+    theDigests[row.estimate] = (theDigests[row.estimate] ^ word) * 1099511628211u;
 }
 
-/// Compares one pane's window; where the model leaves the NaN open, the library's is replaced by the model's.
-std::string compareWindow(int pane, Count from, Count to) {
-    std::byte* got = paneMemory(Side::library, pane);
-    const std::byte* want = paneMemory(Side::model, pane);
-    if (std::memcmp(got + from, want + from, static_cast<std::size_t>(to - from)) == 0) return "";
-    for (Count i = from & ~Count{3}; i < to; i += 4) {
-        std::uint32_t g, w;
-        std::memcpy(&g, got + i, 4);
-        std::memcpy(&w, want + i, 4);
-        const bool open = (w == anyNaN && (g & 0x7FC00000) == 0x7FC00000) ||
-                          w == static_cast<std::uint32_t>(anyNaN64) ||
-                          (w == anyNaN64 >> 32 && (g & 0x7FF80000) == 0x7FF80000);
-        if (g != w && !open)
-            return describeCase() + "  " + whereIs(pane, i) + format(": wanted %08x, got %08x\n", w, g);
-        std::memcpy(got + i, &w, 4);
+/// Compares a stretch of memory and digests it; where the model leaves the NaN open, its bits stand for the library's.
+void compare(const Row& row, std::span<std::byte> memory) {
+    constexpr auto any = std::bit_cast<std::uint32_t>(anyNaN<float>);
+    constexpr auto any64 = std::bit_cast<std::uint64_t>(anyNaN<double>);
+    for (std::size_t i = 0; i < memory.size(); i += 4) {
+        std::uint32_t got, want;
+        std::memcpy(&got, &memory[i], 4);
+        std::memcpy(&want, &memory[i] + modelDistance, 4);
+        const bool open = (want == any && (got & 0x7FC00000) == 0x7FC00000) || want == std::uint32_t(any64) ||
+                          (want == any64 >> 32 && (got & 0x7FF80000) == 0x7FF80000);
+        if (got != want && !open) fail(format("wanted %08x, got %08x", want, got), &memory[i]);
+        std::memcpy(&memory[i], &want, 4);
+        digest(row, want);
     }
-    return "";
 }
 
-/// Fills the memory, calls member and model, compares everything. False ends the row.
-bool run(const Row& row, Case& c) {
+/// Fills the memory, calls member and model, compares everything; throws the report of a difference.
+void run(const Row& row, Case& c) {
     theRow = &row;
     theCase = &c;
-    Count from[panes], to[panes];
-    std::fill_n(from, panes, paneBytes);
-    std::fill_n(to, panes, Count{0});
-    c.values.assign(row.operands.size(), 0);
+    std::vector<std::span<std::byte>> filled;
+    const bool plain = below(2);
     for (std::size_t k = 0; k < row.operands.size(); ++k) {
         const Operand& o = row.operands[k];
-        const Place& p = c.places[k];
-        if (!o.array) {
-            std::memcpy(&c.values[k], ladle(o.content, 8), static_cast<std::size_t>(o.size));
-        } else if (!p.null) {
-            const Count first = std::max<Count>(p.offset - margin, 0) & ~Count{7};
-            const Count last = std::min(p.offset + extent(o, c.count) + margin, paneBytes);
-            from[p.pane] = std::min(from[p.pane], first);
-            to[p.pane] = std::max(to[p.pane], last);
-            // Shifted, so that values of this operand's type start at its elements.
-            const Count shift = (p.offset - first) % 8;
-            std::memcpy(paneMemory(Side::library, p.pane) + first,
-                        ladle(o.content, last - first + 8) + (8 - shift) % 8,
-                        static_cast<std::size_t>(last - first));
-        }
+        Place& p = c.places[k];
+        if (!o.array) p = {valuePane, static_cast<Count>(8 * k)};
+        if (p.null) continue;
+        const Count margin = o.array ? 256 : 0;
+        const Count from = std::max<Count>(p.offset - margin, 0) & ~Count{7};
+        const Count to = std::min(p.offset + extent(o, c.count) + margin + 7, paneBytes) & ~Count{7};
+        const auto& soup = theSoups[plain][static_cast<std::size_t>(o.content)];
+        filled.emplace_back(thePanes + p.pane * paneStride + from, to - from);
+        std::memcpy(filled.back().data(), &soup[below(soup.size() - (to - from) / 8)], to - from);
     }
-    if (row.adjust) row.adjust(c, [] { return random32(); });
-    for (int k = 0; k < panes; ++k)
-        if (from[k] < to[k])
-            std::memcpy(paneMemory(Side::model, k) + from[k], paneMemory(Side::library, k) + from[k],
-                        static_cast<std::size_t>(to[k] - from[k]));
+    if (row.adjust) row.adjust(c, [] { return theRandom(); });
+    for (const auto memory : filled) std::memcpy(memory.data() + modelDistance, memory.data(), memory.size());
 
     ZEL_Math::forceSIMD(c.flag);
     _mm_setcsr(c.control);
-    const std::uint64_t got = row.call(c);
+    std::uint64_t got = row.call(c);
     const unsigned after = _mm_getcsr();
-    _mm_setcsr(c.control & ~0x3Fu);
+    _mm_setcsr(c.control & ~_MM_EXCEPT_MASK);
+    theModelIsInvalid = false;
     const std::uint64_t want = row.model(row, c);
     _mm_setcsr(0x1F80);
 
-    std::string message;
-    const bool nan = std::isnan(std::bit_cast<double>(want));  // of a sum: which one is open
-    // Control bits as before, and no raised flag lowered.
-    if ((after ^ c.control) & ~0x3Fu || c.control & ~after)
-        message = describeCase() + format("  MXCSR afterwards: %04x\n", after);
-    else if (got != want && !(nan && std::isnan(std::bit_cast<double>(got))))
-        message = describeCase() + format("  result: wanted %016lx, got %016lx\n", want, got);
-    for (int k = 0; k < panes && message.empty(); ++k)
-        if (from[k] < to[k]) {
-            message = compareWindow(k, from[k], to[k]);
-            digest(row.estimate, paneMemory(Side::library, k) + from[k], to[k] - from[k]);
-        }
-    const std::uint64_t result = nan ? anyNaN64 : got;
-    digest(row.estimate, reinterpret_cast<const std::byte*>(&result), sizeof result);
+    if ((after ^ c.control) & ~_MM_EXCEPT_MASK) fail(format("MXCSR afterwards %04x", after));
+    const bool invalid = theModelIsInvalid || c.control & _MM_EXCEPT_INVALID;
+    if (c.control & ~after || (row.raisesInvalid && invalid != (after & _MM_EXCEPT_INVALID)))
+        fail(format("exceptions afterwards %02x", after & _MM_EXCEPT_MASK));
+    // Of a sum that is a NaN, it's open which one.
+    const bool nan = std::isnan(std::bit_cast<double>(want)) && std::isnan(std::bit_cast<double>(got));
+    if (got != want && !nan) fail(format("result: wanted %016lx, got %016lx", want, got));
+    digest(row, nan ? 0 : want);
+    for (const auto memory : filled) compare(row, memory);
     theCase = nullptr;
-    if (!message.empty()) ADD_FAILURE() << message;
-    return message.empty();
 }
 
 // ---- The sweep over cases
 
-/// MXCSR as most callers have it, or any rounding with or without denormals, and some flags already up.
-unsigned anyControl() {
-    if (below(3)) return 0x1F80 | (below(4) ? 0 : below(64));
-    return 0x1F80 | below(4) << 13 | below(2) << 15 | below(2) << 6 | below(64);
-}
-
-class Sweep {
+class Sweep : public testing::Test {
 public:
-    explicit Sweep(const Row& r) : row(r) {
+    explicit Sweep(const Row& r) : row(r), c{.places = std::vector<Place>(row.operands.size())} {
         for (std::size_t k = 0; k < row.operands.size(); ++k)
             if (row.operands[k].array) arrays.push_back(k);
     }
 
-    bool all() {
-        for (const bool flag : {false, true}) {
-            c.flag = flag;
-            if (!apart() || !edges() || !overlapped() || !nothing()) return false;
+    /// Every combination of phases with every count, and every pair of arrays at every shift with every count.
+    void TestBody() override {
+        std::seed_seq seed(row.name.begin(), row.name.end());
+        theRandom.seed(seed);
+        const std::uint32_t n = arrays.size(), trials = 25u << 2 * std::max(n, 2u);
+        for (std::uint32_t trial = 0; trial < 2 * trials; ++trial) {
+            c.flag = trial >= trials;
+            c.count = trial % 25;
+            if (c.count > 20) c.count = row.large[below(row.large.size())] + below(4);
+            apart(trial / 25);
+            once();
+            edges(trial / 25);
+            once();
+            if (n == 1) continue;
+            apart(below(2) ? below(4) * 0x55 : trial / 25);
+            const std::size_t first = trial % n, second = first + 1 + trial / n % (n - 1);
+            for (std::size_t third = 0; third < n; ++third)  // sometimes all in one memory
+                if (third != first && below(3) == 0) overlap(arrays[first], arrays[third], below(19));
+            overlap(arrays[first], arrays[second % n], trial % 19);
+            once();
         }
-        for (int pane = 0; pane < panes; ++pane)
-            if (std::memcmp(paneMemory(Side::library, pane), paneMemory(Side::model, pane), paneBytes) != 0) {
-                ADD_FAILURE() << row.name << " wrote far away from its operands";
-                return false;
-            }
-        return true;
+        for (std::byte* pane = thePanes; pane < thePanes + modelDistance; pane += paneStride)
+            ASSERT_EQ(std::memcmp(pane, pane + modelDistance, paneBytes), 0)
+                << row.name << " wrote far away from its operands";
     }
 
 private:
-    bool once() {
-        c.control = anyControl();
-        for (const std::size_t k : arrays) c.places[k].null = row.operands[k].nullable && below(2);
-        return run(row, c);
+    void once() {
+        // MXCSR as most callers have it, or any rounding with or without denormals; some flags are up already.
+        c.control = 0x1F80;
+        if (below(3) == 0) c.control |= below(4) << 13 | (below(2) ? 0x8000 : 0) | (below(2) ? 0x40 : 0);
+        if (below(2) == 0) c.control |= below(64);
+        for (const std::size_t k : arrays)  // at a count of 0, no pointer is looked at
+            c.places[k].null = (row.operands[k].nullable || c.count == 0) && below(2);
+        run(row, c);
     }
 
-    /// Each array in memory of its own, in the middle, `slot` elements behind a 16-byte boundary: two bits of slots each.
-    void placeApart(std::uint32_t slots) {
-        c.places.assign(row.operands.size(), {});
-        int pane = 0;
-        for (const std::size_t k : arrays) {
-            const int size = row.operands[k].size;
-            const std::uint32_t slot = size < 4 ? below(16) : slots & 3;
-            c.places[k] = {pane++, paneBytes * 3 / 8 + slot * static_cast<std::uint32_t>(size) % 16, false};
-            slots >>= 2;
+    /// Each array in the middle of memory of its own, by two bits of slots each behind a 16-byte boundary.
+    void apart(std::uint32_t slots) {
+        for (int pane = 0; const std::size_t k : arrays) {
+            const int size = row.operands[k].size, slot = size < 4 ? below(16) : slots >> 2 * pane & 3;
+            c.places[k] = {pane++, paneBytes * 3 / 8 + slot * size % 16};
         }
-    }
-    bool placedApart(std::uint32_t slots, Count count) {
-        c.count = count;
-        placeApart(slots);
-        return once();
-    }
-
-    /// Every combination of phases, each array in memory of its own.
-    bool apart() {
-        const std::uint32_t combinations = 1u << 2 * arrays.size();
-        for (std::uint32_t slots = 0; slots < combinations; ++slots) {
-            // Equal phases are where lanes run; there, every count and all the large ones.
-            const bool same = slots == (slots & 3) * (0x155 & (combinations - 1));
-            for (Count count = 0; count <= 20; count += same ? 1 : 1 + below(4))
-                if (!placedApart(slots, count)) return false;
-            for (const Count large : row.large)
-                if ((same || !below(8)) && !placedApart(slots, large + below(4))) return false;
-        }
-        return true;
     }
 
     /// Arrays that begin right behind an unreadable page or end right before one.
-    bool edges() {
-        for (c.count = 0; c.count <= 40; ++c.count)
-            for (std::uint32_t which = 0; which < 1u << arrays.size(); ++which) {
-                placeApart(0);
-                for (std::size_t n = 0; n < arrays.size(); ++n)
-                    c.places[arrays[n]].offset =
-                        which >> n & 1 ? 0 : paneBytes - extent(row.operands[arrays[n]], c.count);
-                if (!once()) return false;
-            }
-        return true;
+    void edges(std::uint32_t slots) {
+        for (int pane = 0; const std::size_t k : arrays) {
+            c.places[k] = {pane, slots >> 2 * pane & 1 ? paneBytes - extent(row.operands[k], c.count) : 0};
+            ++pane;
+        }
     }
 
-    /// Pairs in the same memory, shifted by up to nine elements of the smaller kind; the others anywhere.
-    bool overlapped() {
-        for (std::size_t first = 0; first < arrays.size(); ++first)
-            for (std::size_t second = first + 1; second < arrays.size(); ++second)
-                for (int shift = -9; shift <= 9; ++shift)
-                    for (int repeat = 0; repeat < 40; ++repeat) {
-                        c.count = repeat < 36
-                                      ? repeat
-                                      : row.large[below(static_cast<std::uint32_t>(row.large.size()))];
-                        placeApart(below(2) ? below(4) * 0x55 : random32());
-                        overlap(arrays[first], arrays[second], shift);
-                        for (const std::size_t third : arrays)  // sometimes all in one memory
-                            if (third != arrays[first] && third != arrays[second] && !below(3))
-                                overlap(arrays[first], third, static_cast<int>(below(19)) - 9);
-                        if (!once()) return false;
-                    }
-        return true;
-    }
-    /// A count of 0, for which no pointer is looked at.
-    bool nothing() {
-        c.count = 0;
-        placeApart(0);
-        for (const std::size_t k : arrays) c.places[k].null = true;
-        return run(row, c);
-    }
+    /// k onto the memory of another array, up to nine elements of the smaller kind before or behind it, at times farther.
     void overlap(std::size_t onto, std::size_t k, int shift) {
         const int a = row.operands[onto].size, b = row.operands[k].size;
-        Count offset = c.places[onto].offset + shift * std::min(a, b) * (below(8) ? 1 : 16);
-        offset -= offset % b;  // aligned to its own elements
-        c.places[k] = {c.places[onto].pane, std::max<Count>(offset, 0), false};
+        const Count offset = c.places[onto].offset + (shift - 9) * std::min(a, b) * (below(8) ? 1 : 16);
+        c.places[k] = {c.places[onto].pane, offset - offset % b};  // aligned to its own elements
     }
 
     const Row& row;
-    std::vector<std::size_t> arrays;
     Case c;
-};
-
-class RowTest : public testing::Test {
-public:
-    explicit RowTest(const Row& r) : row(r) {}
-    void TestBody() override {
-        soup(Content::words);
-        random32.seed(static_cast<unsigned>(row.name.size()) * 31 + static_cast<unsigned>(row.name[10]));
-        Sweep(row).all();
-    }
-
-private:
-    const Row& row;
+    std::vector<std::size_t> arrays;
 };
 
 }  // namespace
 
 std::byte* Case::at(Side side, std::size_t operand) const {
     const Place& p = places[operand];
-    return p.null ? nullptr : paneMemory(side, p.pane) + p.offset;
+    if (p.null) return nullptr;
+    return thePanes + (side == Side::model ? modelDistance : 0) + p.pane * paneStride + p.offset;
+}
+Count Case::phase(std::size_t operand) const {
+    return -reinterpret_cast<std::uintptr_t>(at(Side::library, operand)) >> 2 & 3;
 }
 
 std::vector<Row>& rows() {
     static std::vector<Row> all;
     return all;
 }
+Row& add(Row row) { return rows().emplace_back(std::move(row)); }
 
 bool usesLanes(const Row& row, const Case& c) {
     return row.kind == Kind::simd || (row.kind == Kind::dispatching && c.flag);
 }
 
-bool samePhase(const Row& row, const Case& c) {
+Count lanePhase(const Row& row, const Case& c) {
     Count common = -1;
-    for (std::size_t k = 0; k < row.operands.size(); ++k) {
-        if (!row.operands[k].array || row.operands[k].size != 4) continue;  // samples have no phase
-        const Count phase = phaseOf(c.at(Side::library, k));
-        if (common >= 0 && phase != common) return false;
-        common = phase;
+    for (std::size_t k = 0; k < row.operands.size() && usesLanes(row, c); ++k) {
+        if (!row.operands[k].phased) continue;
+        if (common >= 0 && c.phase(k) != common) return -1;
+        common = c.phase(k);
     }
+    return common;
+}
+
+std::vector<Step> road(Count phase, Count num, int group) {
+    const Count lead = phase < 0 ? num : std::min(phase, num), end = lead + ((num - lead) & ~Count{3});
+    std::vector<Step> steps;
+    for (Count i = 0; i < lead; ++i) steps.push_back({i, 1, Form::element});
+    for (Count i = num; i-- > end;) steps.push_back({i, 1, Form::element});
+    for (Count i = lead; i < end; i += group) steps.push_back({i, group, Form::lane});
+    return steps;
+}
+std::vector<Step> standardOrder(const Row& row, const Case& c) { return road(lanePhase(row, c), c.count); }
+
+bool runCase(const Row& row, Case& c, std::uint32_t seed) try {
+    theRandom.seed(seed);
+    run(row, c);
     return true;
-}
-
-Steps upward(Count num) {
-    Steps steps;
-    for (Count i = 0; i < num; ++i) steps.push_back({i, 1});
-    return steps;
-}
-
-Steps alignedRoute(Count phase, Count num) {
-    const Count lead = std::min(phase, num), groups = (num - lead) / 4;
-    Steps steps = upward(lead);
-    for (Count i = num - 1; i >= lead + 4 * groups; --i) steps.push_back({i, 1});
-    for (Count g = 0; g < groups; ++g) steps.push_back({lead + 4 * g, 4});
-    return steps;
-}
-
-Steps standardOrder(const Row& row, const Case& c) {
-    if (!usesLanes(row, c) || !samePhase(row, c)) return upward(c.count);
-    for (std::size_t k = 0; k < row.operands.size(); ++k)
-        if (row.operands[k].array && row.operands[k].size == 4)
-            return alignedRoute(phaseOf(c.at(Side::library, k)), c.count);
-    return upward(c.count);
-}
-
-bool runCase(const Row& row, Case& c, std::uint32_t seed) {
-    soup(Content::words);
-    random32.seed(seed);
-    return run(row, c);
+} catch (const std::exception& difference) {
+    std::fputs(difference.what(), stderr);
+    return false;
 }
 
 std::string symbolOf(const void* member, std::string& library) {
@@ -440,7 +307,7 @@ std::string symbolOf(const void* member, std::string& library) {
     if (!dladdr(member, &info) || info.dli_saddr != member) return "";
     library = info.dli_fname;
     char* plain = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, nullptr);
-    std::string name = plain ? plain : info.dli_sname;
+    const std::string name = plain;
     std::free(plain);
     return name;
 }
@@ -458,12 +325,11 @@ int main(int argc, char** argv) {
     for (test::Row& row : test::rows()) {
         row.name = test::symbolOf(row.member, library);
         testing::RegisterTest("Rows", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-                              [&row]() -> testing::Test* { return new test::RowTest(row); });
+                              [&row]() -> testing::Test* { return new test::Sweep(row); });
     }
     const int result = RUN_ALL_TESTS();
-    std::printf("library %s\ndigest %016llx, of estimates %016llx\n", library.c_str(),
-                static_cast<unsigned long long>(test::theDigests[0]),
-                static_cast<unsigned long long>(test::theDigests[1]));
+    std::printf("library %s\ndigest %016lx, of estimates %016lx\n", library.c_str(), test::theDigests[0],
+                test::theDigests[1]);
     return result;
 }
 #endif

@@ -1,5 +1,5 @@
 // The engine: a row names a member and its formulas; the sweep calls it over phases, counts, overlaps and contents,
-// and a model does the same work on a copy of the same memory, in the promised order, one element or lane at a time.
+// and a model does the same work on a copy of the same memory, in the promised order, an element or lane group at a time.
 #pragma once
 
 #include <xmmintrin.h>
@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <span>
 #include <string>
 #include <tuple>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -20,39 +20,39 @@
 
 namespace test {
 
+using Z = ZEL_Math;
 using Count = std::int64_t;
-
-/// Operands lie in panes: memory between two unreadable pages.
-constexpr Count page = 4096, paneBytes = 16 * page;
+using Mask = std::uint32_t;
 
 // ---- Which NaN comes out where two meet isn't fixed: the model then holds these bits, which any quiet NaN matches.
 
-constexpr std::uint32_t anyNaN = 0x7FE5EED5;
-constexpr std::uint64_t anyNaN64 = 0x7FFE5EED5EED7E57;
 template <class T>
-T either(T a, T b, T result) {
-    if (!(std::isnan(a) && std::isnan(b))) return result;
-    if constexpr (sizeof(T) == 4) return std::bit_cast<T>(anyNaN);
-    if constexpr (sizeof(T) == 8) return std::bit_cast<T>(anyNaN64);
-}
+constexpr T anyNaN = std::bit_cast<T>(0x7FE5EED5);
+template <>
+inline constexpr double anyNaN<double> = std::bit_cast<double>(0x7FFE5EED5EED7E57);
+
 template <class T>
 T sum(T a, T b) {
-    return either(a, b, a + b);
+    return std::isnan(a) && std::isnan(b) ? anyNaN<T> : a + b;
 }
 template <class T>
 T product(T a, T b) {
-    return either(a, b, a * b);
+    return std::isnan(a) && std::isnan(b) ? anyNaN<T> : a * b;
 }
 
-// ---- A case: where the operands lie and what the call is given.
+// ---- A case: where the operands lie and what the call is given
 
-enum class Content { words, doubles, masks, bytes };
+/// Arrays lie in panes: memory between two unreadable pages. Values lie in a pane of their own.
+constexpr Count page = 4096, paneBytes = 16 * page;
+
+enum class Content { words, doubles, masks };
 
 struct Operand {
-    bool array = false, written = false;
-    int size = 0;      // bytes of an element, or of the value
-    int perCount = 1;  // elements for each one counted
-    int fixed = 0;     // elements, whatever the count
+    bool array = false;
+    bool phased = false;  // its phase decides on the route
+    int size = 0;         // bytes of an element
+    int perCount = 1;     // elements for each one counted
+    int fixed = 0;        // elements, whatever the count
     bool nullable = false;
     Content content = Content::words;
 };
@@ -69,63 +69,66 @@ struct Case {
     bool flag = false;
     Count count = 0;
     unsigned control = 0x1F80;  // MXCSR at the call
-    std::vector<Place> places;  // by operand; empty places for values
-    std::vector<std::uint64_t> values;
+    std::vector<Place> places;  // by operand
 
     std::byte* at(Side side, std::size_t operand) const;
+    /// 4-byte elements to the next 16-byte boundary.
+    Count phase(std::size_t operand) const;
+    /// An element of an array or, as element 0, a value.
     template <class T>
-    T value(std::size_t operand) const {
+    T load(std::size_t operand, Count i = 0, Side side = Side::model) const {
         T x;
-        std::memcpy(&x, &values[operand], sizeof x);
+        std::memcpy(&x, at(side, operand) + i * Count{sizeof x}, sizeof x);
         return x;
     }
     template <class T>
-    T load(std::size_t operand, Count i) const {  // from the model's memory
-        T x;
-        std::memcpy(&x, at(Side::model, operand) + i * Count{sizeof(T)}, sizeof x);
-        return x;
+    void save(std::size_t operand, Count i, T x, Side side = Side::model) const {
+        std::memcpy(at(side, operand) + i * Count{sizeof x}, &x, sizeof x);
     }
     template <class T>
-    void save(std::size_t operand, Count i, T x) const {
-        std::memcpy(at(Side::model, operand) + i * Count{sizeof(T)}, &x, sizeof x);
+    void give(std::size_t value, T x) const {
+        save(value, 0, x, Side::library);
     }
 };
 
-/// 4-byte elements from the address to the next 16-byte boundary.
-inline Count phaseOf(const void* p) {
-    return static_cast<Count>(-reinterpret_cast<std::uintptr_t>(p) >> 2 & 3);
-}
+// ---- A row: a member and its model
+
+enum class Kind { dispatching, simd, loop };
+enum class Form { element, lane };
 
 struct Step {
     Count first;
-    int lanes;  // 1: an element; 4: a lane group
+    int elements;  // all of them are read before the first is written
+    Form form;
 };
-using Steps = std::vector<Step>;
 
-enum class Kind { dispatching, simd, loop };
+/// The promised order of work: an element loop for a phase below 0, else lead-in, tail and groups.
+std::vector<Step> road(Count phase, Count num, int group = 4);
+/// By flag and phases.
+std::vector<Step> standardOrder(const struct Row& row, const Case& c);
+bool usesLanes(const Row& row, const Case& c);
+/// The phase of the aligned route; below 0 where the elements go one by one.
+Count lanePhase(const Row& row, const Case& c);
+
+using Model = std::function<std::uint64_t(const Row&, const Case&)>;
 
 struct Row {
     std::string name;
     const void* member = nullptr;
     Kind kind = Kind::loop;
     std::vector<Operand> operands;
-    bool estimate = false;  // lane results belong to the processor
-    std::vector<Count> large = {31, 32, 67, 150};
-    std::function<void(Case&, std::function<std::uint32_t()>)> adjust;  // gives values the formula is about
-    std::function<Steps(const Row&, const Case&)> order;
-    std::function<void(const Case&, const Step&)> apply;
     std::function<std::uint64_t(const Case&)> call;  // the member; the bits of what it returns
-    std::function<std::uint64_t(const Row&, const Case&)> model;
+    Model model;
+    std::function<std::vector<Step>(const Row&, const Case&)> order = standardOrder;
+    std::function<void(Case&, std::function<std::uint32_t()>)> adjust;  // gives values the formula is about
+    std::vector<Count> large = {31, 32, 67, 150};
+    bool estimate = false;       // lane results belong to the processor
+    bool raisesInvalid = false;  // the exception, exactly when the model says so by theModelIsInvalid
 };
-
-/// The promised order of work: a road of elements and lane groups, by flag and phases.
-Steps standardOrder(const Row& row, const Case& c);
-Steps upward(Count num);
-Steps alignedRoute(Count phase, Count num);
-bool samePhase(const Row& row, const Case& c);
-bool usesLanes(const Row& row, const Case& c);
+inline bool theModelIsInvalid;
 
 std::vector<Row>& rows();
+Row& add(Row row);
 
 /// The exported name of a member, and the library that it comes from.
 std::string symbolOf(const void* member, std::string& library);
@@ -133,143 +136,118 @@ std::string symbolOf(const void* member, std::string& library);
 /// Calls member and model on contents drawn from the seed; false, and a report, if anything differs.
 bool runCase(const Row& row, Case& c, std::uint32_t seed);
 
-// ---- From a member's signature to a row.
+// ---- From a member's signature to a row
 
 template <class T>
-constexpr bool isCount = std::is_same_v<T, Count>;
+std::uint64_t bits(T x) {
+    std::uint64_t all = 0;
+    std::memcpy(&all, &x, sizeof x);
+    return all;
+}
+
+template <class A>
+using Item = std::remove_cv_t<std::remove_pointer_t<A>>;
 
 template <class A>
 Operand describe() {
-    Operand o;
-    using T = std::remove_cv_t<std::remove_pointer_t<A>>;
-    o.array = std::is_pointer_v<A>;
-    o.written = o.array && !std::is_const_v<std::remove_pointer_t<A>>;
-    o.size = sizeof(T);
-    if (std::is_same_v<T, double>) o.content = Content::doubles;
-    if (std::is_same_v<T, std::uint32_t>) o.content = Content::masks;
-    if (sizeof(T) < 4) o.content = Content::bytes;
+    Operand o{.array = std::is_pointer_v<A>, .size = sizeof(Item<A>)};
+    o.phased = o.array && o.size == 4;
+    o.fixed = !o.array;
+    if (std::is_same_v<Item<A>, double>) o.content = Content::doubles;
+    if (std::is_same_v<Item<A>, Mask>) o.content = Content::masks;
     return o;
 }
 
 /// What a member is called with.
 template <class A>
 A argument(const Case& c, std::size_t operand) {
-    if constexpr (isCount<A>)
-        return c.count;
-    else if constexpr (std::is_pointer_v<A>)
-        return reinterpret_cast<A>(c.at(Side::library, operand));
-    else
-        return c.value<A>(operand);
+    if constexpr (std::is_same_v<A, Count>) return c.count;
+    if constexpr (std::is_pointer_v<A>) return reinterpret_cast<A>(c.at(Side::library, operand));
+    if constexpr (!std::is_pointer_v<A>) return c.load<A>(operand, 0, Side::library);
 }
 
-/// What a formula sees of an operand at one element: a copy that it may write to.
+/// What a formula sees of an operand: a copy of one element, to which it may write; nothing of the count.
 template <class A>
-using Local = std::remove_cv_t<std::remove_pointer_t<A>>;
-template <class A>
-Local<A> local(const Case& c, std::size_t operand, Count i) {
-    if constexpr (isCount<A>)
-        return 0;
-    else if constexpr (std::is_pointer_v<A>)
-        return c.load<Local<A>>(operand, i);
-    else
-        return c.value<A>(operand);
-}
-/// A formula is called with everything but the count.
-template <class A>
-auto pass(Local<A>& x) {
-    if constexpr (isCount<A>)
-        return std::tuple<>();
-    else
-        return std::tuple<Local<A>&>(x);
+auto local(const Case& c, std::size_t operand, Count i) {
+    if constexpr (std::is_same_v<A, Count>) return std::tuple();
+    if constexpr (!std::is_same_v<A, Count>)
+        return std::tuple(c.load<Item<A>>(operand, std::is_pointer_v<A> ? i : 0));
 }
 
-template <class R, class... A, std::size_t... K>
-Row bareRow(R (*member)(A...), Kind kind, std::index_sequence<K...>) {
+/// One step on the model's memory: everything is read, the formula runs on each lane, what is written is stored.
+template <class... A, class Formula, std::size_t... K>
+void apply(const Formula& formula, const Case& c, const Step& step, std::index_sequence<K...>) {
+    decltype(std::tuple_cat(local<A>(c, K, 0)...)) lanes[4];
+    const auto save = [&]<class To, std::size_t k>(Count l) {
+        if constexpr (std::is_pointer_v<To> && !std::is_const_v<std::remove_pointer_t<To>>)
+            c.save(k, step.first + l, std::get<k>(lanes[l]));
+    };
+    for (Count l = 0; l < step.elements; ++l) lanes[l] = std::tuple_cat(local<A>(c, K, step.first + l)...);
+    for (Count l = 0; l < step.elements; ++l) std::apply(formula, lanes[l]);
+    for (Count l = 0; l < step.elements; ++l) (save.template operator()<A, K>(l), ...);
+}
+
+/// A row whose model is its own.
+template <class R, class... A>
+Row modelRow(R (*member)(A...), Kind kind, Model model) {
+    const auto call = [=]<std::size_t... K>(const Case& c, std::index_sequence<K...>)->std::uint64_t {
+        if constexpr (std::is_void_v<R>) return member(argument<A>(c, K)...), 0;
+        if constexpr (!std::is_void_v<R>) return bits(member(argument<A>(c, K)...));
+    };
     Row row;
     row.member = reinterpret_cast<const void*>(member);
     row.kind = kind;
     row.operands = {describe<A>()...};
-    row.call = [member](const Case& c) -> std::uint64_t {
-        if constexpr (std::is_void_v<R>) {
-            member(argument<A>(c, K)...);
-            return 0;
-        } else {
-            const R result = member(argument<A>(c, K)...);
-            std::uint64_t bits = 0;
-            std::memcpy(&bits, &result, sizeof result);
-            return bits;
-        }
-    };
+    row.call = [=](const Case& c) { return call(c, std::index_sequence_for<A...>()); };
+    row.model = std::move(model);
     return row;
 }
 
-/// One step on the model's memory: everything is read, the formula runs on each lane, what is written is stored.
-template <class Formula, class R, class... A, std::size_t... K>
-void applyStep(R (*)(A...), const Formula& formula, const Case& c, const Step& step,
-               std::index_sequence<K...>) {
-    std::array<std::tuple<Local<A>...>, 4> lane{};
-    for (int l = 0; l < step.lanes; ++l) lane[l] = {local<A>(c, K, step.first + l)...};
-    for (int l = 0; l < step.lanes; ++l)
-        std::apply(formula, std::tuple_cat(pass<A>(std::get<K>(lane[l]))...));
-    const auto save = [&]<class Arg, std::size_t k>(Arg*, std::integral_constant<std::size_t, k>) {
-        if constexpr (std::is_pointer_v<Arg>)
-            if constexpr (!std::is_const_v<std::remove_pointer_t<Arg>>)
-                for (int l = 0; l < step.lanes; ++l) c.save(k, step.first + l, std::get<k>(lane[l]));
-    };
-    (save(static_cast<A*>(nullptr), std::integral_constant<std::size_t, K>()), ...);
-}
-
-template <class R, class... A, class Element, class Lane>
-Row& addRow(R (*member)(A...), Kind kind, Element element, Lane lane) {
-    constexpr auto indices = std::index_sequence_for<A...>();
-    Row row = bareRow(member, kind, indices);
-    row.order = standardOrder;
-    row.apply = [=](const Case& c, const Step& step) {
-        if (step.lanes == 1)
-            applyStep(member, element, c, step, indices);
-        else
-            applyStep(member, lane, c, step, indices);
-    };
-    row.model = [](const Row& r, const Case& c) -> std::uint64_t {
-        for (const Step& step : r.order(r, c)) r.apply(c, step);
-        return 0;
-    };
-    rows().push_back(row);
-    return rows().back();
-}
-
-/// A row whose model is its own.
-template <class Signature>
-Row& modelRow(Signature* member, Kind kind, std::function<std::uint64_t(const Row&, const Case&)> model) {
-    rows().push_back([&]<class R, class... A>(R (*m)(A...)) {
-        return bareRow(m, kind, std::index_sequence_for<A...>());
-    }(member));
-    rows().back().model = std::move(model);
-    return rows().back();
-}
-
-/// A dispatching member and its SIMD member.
-template <class Signature, class Element, class Lane>
-void both(Signature* plain, Signature* simd, Element element, Lane lane, bool estimate = false) {
-    addRow(plain, Kind::dispatching, element, lane).estimate = estimate;
-    addRow(simd, Kind::simd, element, lane).estimate = estimate;
+/// A row whose model takes each step by the element formula or the lane formula.
+template <class R, class... A, class OfElement, class OfLane>
+Row formulaRow(R (*member)(A...), Kind kind, OfElement element, OfLane lane) {
+    return modelRow(member, kind, [=](const Row& row, const Case& c) {
+        constexpr auto indices = std::index_sequence_for<A...>();
+        for (const Step& s : row.order(row, c))
+            s.form == Form::lane ? apply<A...>(lane, c, s, indices) : apply<A...>(element, c, s, indices);
+        return std::uint64_t{0};
+    });
 }
 template <class Signature, class Formula>
-void both(Signature* plain, Signature* simd, Formula formula) {
-    both<Signature>(plain, simd, formula, formula);
+Row formulaRow(Signature* member, Kind kind, Formula formula) {
+    return formulaRow(member, kind, formula, formula);
 }
+
+template <class T>
+using Array = const T*;
+template <class T>
+using Value = T;
+/// Chooses among overloads by result and operands.
+template <class D, class... X>
+using Member = std::type_identity_t<void (*)(D*, X..., Count)>;
+
 /// A member that is an element loop whatever the flag.
-template <class Signature, class Formula>
-Row& only(Signature* member, Formula formula) {
-    return addRow(member, Kind::loop, formula, formula);
+template <class D, class... X, class Formula>
+void only(Member<D, X...> member, Formula formula) {
+    add(formulaRow(member, Kind::loop, formula));
+}
+/// A dispatching member and its SIMD member, by one formula or by an element formula and a lane formula.
+template <class D, class... X, class... Formulas>
+std::span<Row> both(Member<D, X...> plain, Member<D, X...> simd, Formulas... formulas) {
+    add(formulaRow(plain, Kind::dispatching, formulas...));
+    return {&add(formulaRow(simd, Kind::simd, formulas...)) - 1, 2};
+}
+/// Both for float, and their sibling for double, which has no lanes.
+template <template <class> class... X, class Formula, class... Lane>
+std::span<Row> real(Member<float, X<float>...> plain, Member<float, X<float>...> simd,
+                    Member<double, X<double>...> wide, Formula element, Lane... lane) {
+    only<double, X<double>...>(wide, element);
+    return both<float, X<float>...>(plain, simd, element, lane...);
 }
 
-/// Runs fill with each file's rows before main.
+/// Runs fill with a file's rows before main.
 struct Register {
-    template <class Fill>
-    explicit Register(Fill fill) {
-        fill();
-    }
+    explicit Register(void (*fill)()) { fill(); }
 };
 
 }  // namespace test
