@@ -55,7 +55,7 @@ const Register division([] {
     };
     // A zero divisor fills d: the phase of a, which isn't read, plays no part then.
     row.order = [](const Row& r, const Case& c) {
-        return c.flag && c.load<float>(2) == 0 ? road(c.phase(0), c.count) : standardOrder(r, c);
+        return c.flag && c.item<float>(2) == 0 ? road(c.phase(0), c.count) : standardOrder(r, c);
     };
 });
 

@@ -40,29 +40,29 @@ void reduction(auto* member, Kind kind, Term term) {
 
 const Register reductions([] {
     const auto dot = [](const Row&, const Case& c, Count i, bool) {
-        return c.load<float>(0, i) * c.load<float>(1, i);
+        return c.item<float>(0, i) * c.item<float>(1, i);
     };
     reduction(Z::dot, Kind::dispatching, dot);
     reduction(Z::dotSIMD, Kind::simd, dot);
     reduction(Z::dotSISD, Kind::loop, dot);
 
     const auto update = [](const Row&, const Case& c, Count i, bool) {
-        c.save(0, i, product(c.load<float>(2, i), c.load<float>(1, i)));
-        return c.load<float>(0, i) * c.load<float>(1, i);  // a as it now stands
+        c.item<float>(0, i) = product(c.item<float>(2, i), c.item<float>(1, i));
+        return c.item<float>(0, i) * c.item<float>(1, i);  // a as it now stands
     };
     reduction(Z::mulAndDotDA, Kind::dispatching, update);
     reduction(Z::mulAndDotDASIMD, Kind::simd, update);
     reduction(Z::mulAndDotDASISD, Kind::loop, update);
 
     const auto norm = [](const Row& row, const Case& c, Count i, bool lane) {
-        const float d = c.load<float>(0, i), a = c.load<float>(1, i);
+        const float d = c.item<float>(0, i), a = c.item<float>(1, i);
         // The SIMD member is given a float; the dispatching one narrows its double for it.
         const bool given = row.kind == Kind::simd;
-        const float narrow = given ? c.load<float>(2) : static_cast<float>(c.load<double>(2));
-        const double b = usesLanes(row, c) ? static_cast<double>(narrow) : c.load<double>(2);
+        const float narrow = given ? c.item<float>(2) : static_cast<float>(c.item<double>(2));
+        const double b = usesLanes(row, c) ? static_cast<double>(narrow) : c.item<double>(2);
         const float u = lane ? sum(product(narrow, a), d)
                              : rounded(sum(product(static_cast<double>(a), b), static_cast<double>(d)));
-        c.save(0, i, u);
+        c.item<float>(0, i) = u;
         return u * u;
     };
     reduction(Z::maddAndNorm, Kind::dispatching, norm);
@@ -71,7 +71,7 @@ const Register reductions([] {
 
     const auto zeros = [](const Row&, const Case& c) {
         std::uint64_t count = 0;
-        for (Count i = 0; i < c.count; ++i) count += c.load<int>(0, i) == 0;
+        for (Count i = 0; i < c.count; ++i) count += c.item<int>(0, i) == 0;
         return count;
     };
     for (auto* member : {Z::zerocount, Z::zerocountSIMD, Z::zerocountSISD})

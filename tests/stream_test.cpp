@@ -9,7 +9,7 @@ enum class Fourth { scaled, added, none };
 
 /// Lanes read what each vector meets once, before all; elements read it as it stands at each vector.
 bool onLanes(const Case& c, Count least) { return c.flag && c.phase(0) == 0 && c.count >= least; }
-bool taken(const Case& c, Count i) { return c.places[3].null || c.load<Mask>(3, i) == 0; }
+bool taken(const Case& c, Count i) { return c.places[3].null || c.item<Mask>(3, i) == 0; }
 
 void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), bool column, int stride,
                Fourth fourth) {
@@ -19,17 +19,17 @@ void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), b
         float m[4][4];  // what scales component k in result j
         for (Count i = 0; i < c.count; ++i) {
             for (int k = 0; k < terms && (i == 0 || !lanes); ++k)
-                for (int j = 0; j < results; ++j) m[k][j] = c.load<float>(1, column ? 4 * j + k : 4 * k + j);
+                for (int j = 0; j < results; ++j) m[k][j] = c.item<float>(1, column ? 4 * j + k : 4 * k + j);
             if (!taken(c, i)) continue;
             float r[4];
             for (int j = 0; j < results; ++j) {
-                const auto term = [&](int k) { return product(c.load<float>(0, stride * i + k), m[k][j]); };
+                const auto term = [&](int k) { return product(c.item<float>(0, stride * i + k), m[k][j]); };
                 r[j] = sum(sum(term(0), term(1)), term(2));
                 if (fourth == Fourth::added) r[j] = sum(r[j], m[3][j]);
                 if (fourth == Fourth::scaled) r[j] = sum(r[j], term(3));
                 if (lanes) r[j] = sum(sum(term(3), term(2)), sum(term(1), term(0)));
             }
-            for (int j = 0; j < results; ++j) c.save(0, stride * i + j, r[j]);
+            for (int j = 0; j < results; ++j) c.item<float>(0, stride * i + j) = r[j];
         }
         return 0;
     });
@@ -45,12 +45,13 @@ void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), float
     Row row = modelRow(member, Kind::loop, [=](const Row&, const Case& c) -> std::uint64_t {
         float first[4];
         const bool lanes = onLanes(c, 4);
-        for (int k = 0; k < 4 && lanes; ++k) first[k] = c.load<float>(1, k);
+        for (int k = 0; k < 4 && lanes; ++k) first[k] = c.item<float>(1, k);
         for (Count i = 0; i < c.count; ++i)
             if (taken(c, i))
-                for (int k = 0; k < 4; ++k)
-                    c.save(0, 4 * i + k,
-                           formula(c.load<float>(0, 4 * i + k), lanes ? first[k] : c.load<float>(1, k)));
+                for (int k = 0; k < 4; ++k) {
+                    float& v = c.item<float>(0, 4 * i + k);
+                    v = formula(v, lanes ? first[k] : c.item<float>(1, k));
+                }
         return 0;
     });
     row.operands[0].perCount = row.operands[1].fixed = 4;

@@ -76,62 +76,53 @@ Count extent(const Operand& o, Count count) { return (o.fixed ? o.fixed : o.perC
 template <class... A>
 std::string format(const char* pattern, A... a) {
     char line[200];
-    std::snprintf(line, sizeof line, pattern, a...);
-    return line;
+    return {line, line + std::snprintf(line, sizeof line, pattern, a...)};
 }
 
-/// The case, and what of each operand lies at an address of the library's side.
-std::string report(const void* address) {
+/// What went wrong in which case, and which elements lie at an address of the library's side.
+std::string report(const std::string& fault, const void* address = nullptr) {
+    if (!theCase) return fault + " outside of any case\n";
     const Case& c = *theCase;
-    std::string text =
-        theRow->name + format("\n  flag %d, count %ld, MXCSR %04x\n", c.flag, c.count, c.control);
+    std::string text = fault + " in " + theRow->name;
+    text += format("\n  flag %d, count %ld, MXCSR %04x\n", c.flag, c.count, c.control);
+    const Count lead = lanePhase(*theRow, c), end = lead + ((c.count - lead) & ~Count{3});
     for (std::size_t k = 0; k < c.places.size(); ++k) {
         const Operand& o = theRow->operands[k];
         const std::byte *from = c.at(Side::library, k), *to = from + extent(o, c.count);
-        text += o.array ? format("  operand %zu: phase %ld, %p to %p", k, c.phase(k), from, to)
-                        : format("  operand %zu: value %lx", k, c.load<std::uint64_t>(k));
-        if (o.array && address >= from && address < to) {
-            const Count i = (static_cast<const std::byte*>(address) - from) / o.size;
-            const Count lead = lanePhase(*theRow, c), end = lead + ((c.count - lead) & ~Count{3});
-            const char* part = i < lead ? "lead-in" : i < end ? "lane group" : "tail";
-            text += format(", here element %ld, %s", i, lead < 0 ? "element loop" : part);
-        }
+        text += format("  operand %zu: phase %ld, %p to %p", k, c.phase(k), from, to);
+        if (!o.array) text += format(", value %lx", c.item<std::uint64_t>(k));
+        const Count i = (static_cast<const std::byte*>(address) - from) / o.size;
+        const char* part = lead < 0 ? "element loop" : i < lead ? "lead-in" : i < end ? "lane group" : "tail";
+        if (address >= from && address < to) text += format(", there element %ld, %s", i, part);
         text += "\n";
     }
     return text;
 }
 
-[[noreturn]] void fail(const std::string& what, const void* address = nullptr) {
-    throw std::runtime_error(what + " in " + report(address));
-}
-
 [[noreturn]] void crashed(int signal, siginfo_t* info, void*) {
-    std::fprintf(stderr, "signal %d at %p in %s", signal, info->si_addr,
-                 theCase ? report(info->si_addr).c_str() : "no case\n");
+    std::fputs(report(format("signal %d at %p", signal, info->si_addr), info->si_addr).c_str(), stderr);
     _exit(3);
 }
 
 // ---- One case
 
-std::uint64_t theDigests[] = {14695981039346656037u,
-                              14695981039346656037u};  // FNV-1a; the second of estimates
+std::uint64_t theDigests[] = {14695981039346656037u, 14695981039346656037u};  // the second of estimates
 
 void digest(const Row& row, std::uint64_t word) {
     theDigests[row.estimate] = (theDigests[row.estimate] ^ word) * 1099511628211u;
 }
 
 /// Compares a stretch of memory and digests it; where the model leaves the NaN open, its bits stand for the library's.
-void compare(const Row& row, std::span<std::byte> memory) {
+void compare(const Row& row, std::span<std::uint32_t> memory) {
     constexpr auto any = std::bit_cast<std::uint32_t>(anyNaN<float>);
-    constexpr auto any64 = std::bit_cast<std::uint64_t>(anyNaN<double>);
-    for (std::size_t i = 0; i < memory.size(); i += 4) {
-        std::uint32_t got, want;
-        std::memcpy(&got, &memory[i], 4);
-        std::memcpy(&want, &memory[i] + modelDistance, 4);
-        const bool open = (want == any && (got & 0x7FC00000) == 0x7FC00000) || want == std::uint32_t(any64) ||
-                          (want == any64 >> 32 && (got & 0x7FF80000) == 0x7FF80000);
-        if (got != want && !open) fail(format("wanted %08x, got %08x", want, got), &memory[i]);
-        std::memcpy(&memory[i], &want, 4);
+    constexpr auto any64 = std::bit_cast<std::array<std::uint32_t, 2>>(anyNaN<double>);
+    for (std::uint32_t& got : memory) {
+        const std::uint32_t want = (&got)[modelDistance / 4];
+        const bool open = (want == any && (got & 0x7FC00000) == 0x7FC00000) || want == any64[0] ||
+                          (want == any64[1] && (got & 0x7FF80000) == 0x7FF80000);
+        if (got != want && !open)
+            throw std::runtime_error(report(format("wanted %08x, got %08x", want, got), &got));
+        got = want;
         digest(row, want);
     }
 }
@@ -140,7 +131,7 @@ void compare(const Row& row, std::span<std::byte> memory) {
 void run(const Row& row, Case& c) {
     theRow = &row;
     theCase = &c;
-    std::vector<std::span<std::byte>> filled;
+    std::vector<std::span<std::uint32_t>> filled;
     const bool plain = below(2);
     for (std::size_t k = 0; k < row.operands.size(); ++k) {
         const Operand& o = row.operands[k];
@@ -151,28 +142,31 @@ void run(const Row& row, Case& c) {
         const Count from = std::max<Count>(p.offset - margin, 0) & ~Count{7};
         const Count to = std::min(p.offset + extent(o, c.count) + margin + 7, paneBytes) & ~Count{7};
         const auto& soup = theSoups[plain][static_cast<std::size_t>(o.content)];
-        filled.emplace_back(thePanes + p.pane * paneStride + from, to - from);
-        std::memcpy(filled.back().data(), &soup[below(soup.size() - (to - from) / 8)], to - from);
+        std::byte* const memory = thePanes + p.pane * paneStride + from;
+        std::memcpy(memory, &soup[below(soup.size() - (to - from) / 8)], to - from);
+        filled.emplace_back(reinterpret_cast<std::uint32_t*>(memory), (to - from) / 4);
     }
     if (row.adjust) row.adjust(c, [] { return theRandom(); });
-    for (const auto memory : filled) std::memcpy(memory.data() + modelDistance, memory.data(), memory.size());
+    for (const auto memory : filled) std::ranges::copy(memory, memory.data() + modelDistance / 4);
 
     ZEL_Math::forceSIMD(c.flag);
     _mm_setcsr(c.control);
-    std::uint64_t got = row.call(c);
+    const std::uint64_t got = row.call(c);
     const unsigned after = _mm_getcsr();
     _mm_setcsr(c.control & ~_MM_EXCEPT_MASK);
     theModelIsInvalid = false;
     const std::uint64_t want = row.model(row, c);
     _mm_setcsr(0x1F80);
 
-    if ((after ^ c.control) & ~_MM_EXCEPT_MASK) fail(format("MXCSR afterwards %04x", after));
+    if ((after ^ c.control) & ~_MM_EXCEPT_MASK)
+        throw std::runtime_error(report(format("MXCSR afterwards %04x", after)));
     const bool invalid = theModelIsInvalid || c.control & _MM_EXCEPT_INVALID;
     if (c.control & ~after || (row.raisesInvalid && invalid != (after & _MM_EXCEPT_INVALID)))
-        fail(format("exceptions afterwards %02x", after & _MM_EXCEPT_MASK));
+        throw std::runtime_error(report(format("exceptions afterwards %02x", after & _MM_EXCEPT_MASK)));
     // Of a sum that is a NaN, it's open which one.
     const bool nan = std::isnan(std::bit_cast<double>(want)) && std::isnan(std::bit_cast<double>(got));
-    if (got != want && !nan) fail(format("result: wanted %016lx, got %016lx", want, got));
+    if (got != want && !nan)
+        throw std::runtime_error(report(format("result: wanted %016lx, got %016lx", want, got)));
     digest(row, nan ? 0 : want);
     for (const auto memory : filled) compare(row, memory);
     theCase = nullptr;
@@ -189,19 +183,18 @@ public:
 
     /// Every combination of phases with every count, and every pair of arrays at every shift with every count.
     void TestBody() override {
-        std::seed_seq seed(row.name.begin(), row.name.end());
-        theRandom.seed(seed);
+        theRandom.seed(row.name.size());
         const std::uint32_t n = arrays.size(), trials = 25u << 2 * std::max(n, 2u);
         for (std::uint32_t trial = 0; trial < 2 * trials; ++trial) {
             c.flag = trial >= trials;
             c.count = trial % 25;
             if (c.count > 20) c.count = row.large[below(row.large.size())] + below(4);
-            apart(trial / 25);
+            place(trial / 25, true);
             once();
-            edges(trial / 25);
+            place(trial / 25, false);
             once();
             if (n == 1) continue;
-            apart(below(2) ? below(4) * 0x55 : trial / 25);
+            if (below(2)) place(below(4) * 0x55, false);
             const std::size_t first = trial % n, second = first + 1 + trial / n % (n - 1);
             for (std::size_t third = 0; third < n; ++third)  // sometimes all in one memory
                 if (third != first && below(3) == 0) overlap(arrays[first], arrays[third], below(19));
@@ -224,19 +217,13 @@ private:
         run(row, c);
     }
 
-    /// Each array in the middle of memory of its own, by two bits of slots each behind a 16-byte boundary.
-    void apart(std::uint32_t slots) {
+    /// Each array in memory of its own, by two bits of slots: at phases, or right behind or before an unreadable page.
+    void place(std::uint32_t slots, bool atEdges) {
         for (int pane = 0; const std::size_t k : arrays) {
-            const int size = row.operands[k].size, slot = size < 4 ? below(16) : slots >> 2 * pane & 3;
-            c.places[k] = {pane++, paneBytes * 3 / 8 + slot * size % 16};
-        }
-    }
-
-    /// Arrays that begin right behind an unreadable page or end right before one.
-    void edges(std::uint32_t slots) {
-        for (int pane = 0; const std::size_t k : arrays) {
-            c.places[k] = {pane, slots >> 2 * pane & 1 ? paneBytes - extent(row.operands[k], c.count) : 0};
-            ++pane;
+            const Operand& o = row.operands[k];
+            const int slot = slots >> 2 * pane & 3, phase = o.size < 4 ? below(16) : slot * o.size % 16;
+            c.places[k] = {pane++, paneBytes * 3 / 8 + phase};
+            if (atEdges) c.places[k].offset = slot & 1 ? paneBytes - extent(o, c.count) : 0;
         }
     }
 
@@ -274,13 +261,10 @@ bool usesLanes(const Row& row, const Case& c) {
 }
 
 Count lanePhase(const Row& row, const Case& c) {
-    Count common = -1;
-    for (std::size_t k = 0; k < row.operands.size() && usesLanes(row, c); ++k) {
-        if (!row.operands[k].phased) continue;
-        if (common >= 0 && c.phase(k) != common) return -1;
-        common = c.phase(k);
-    }
-    return common;
+    unsigned phases = 0;
+    for (std::size_t k = 0; k < row.operands.size(); ++k)
+        if (row.operands[k].phased) phases |= 1u << c.phase(k);
+    return usesLanes(row, c) && std::has_single_bit(phases) ? std::countr_zero(phases) : -1;
 }
 
 std::vector<Step> road(Count phase, Count num, int group) {

@@ -13,7 +13,6 @@
 #include <span>
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "ZEL_Math.h"
@@ -72,22 +71,16 @@ struct Case {
     std::vector<Place> places;  // by operand
 
     std::byte* at(Side side, std::size_t operand) const;
-    /// 4-byte elements to the next 16-byte boundary.
+    /// Of an array: 4-byte elements to the next 16-byte boundary.
     Count phase(std::size_t operand) const;
     /// An element of an array or, as element 0, a value.
     template <class T>
-    T load(std::size_t operand, Count i = 0, Side side = Side::model) const {
-        T x;
-        std::memcpy(&x, at(side, operand) + i * Count{sizeof x}, sizeof x);
-        return x;
-    }
-    template <class T>
-    void save(std::size_t operand, Count i, T x, Side side = Side::model) const {
-        std::memcpy(at(side, operand) + i * Count{sizeof x}, &x, sizeof x);
+    T& item(std::size_t operand, Count i = 0, Side side = Side::model) const {
+        return reinterpret_cast<T*>(at(side, operand))[i];
     }
     template <class T>
     void give(std::size_t value, T x) const {
-        save(value, 0, x, Side::library);
+        item<T>(value, 0, Side::library) = x;
     }
 };
 
@@ -147,11 +140,12 @@ std::uint64_t bits(T x) {
 
 template <class A>
 using Item = std::remove_cv_t<std::remove_pointer_t<A>>;
+template <class A>
+constexpr bool isArray = std::is_pointer_v<A>;
 
 template <class A>
 Operand describe() {
-    Operand o{.array = std::is_pointer_v<A>, .size = sizeof(Item<A>)};
-    o.phased = o.array && o.size == 4;
+    Operand o{.array = isArray<A>, .phased = isArray<A> && sizeof(Item<A>) == 4, .size = sizeof(Item<A>)};
     o.fixed = !o.array;
     if (std::is_same_v<Item<A>, double>) o.content = Content::doubles;
     if (std::is_same_v<Item<A>, Mask>) o.content = Content::masks;
@@ -162,27 +156,26 @@ Operand describe() {
 template <class A>
 A argument(const Case& c, std::size_t operand) {
     if constexpr (std::is_same_v<A, Count>) return c.count;
-    if constexpr (std::is_pointer_v<A>) return reinterpret_cast<A>(c.at(Side::library, operand));
-    if constexpr (!std::is_pointer_v<A>) return c.load<A>(operand, 0, Side::library);
+    if constexpr (isArray<A>) return reinterpret_cast<A>(c.at(Side::library, operand));
+    if constexpr (!isArray<A>) return c.item<A>(operand, 0, Side::library);
 }
 
-/// What a formula sees of an operand: a copy of one element, to which it may write; nothing of the count.
+/// What a formula is called with: a copy of one element, to which it may write; nothing of the count.
 template <class A>
-auto local(const Case& c, std::size_t operand, Count i) {
+auto copy(const Case& c, std::size_t operand, Count i) {
     if constexpr (std::is_same_v<A, Count>) return std::tuple();
-    if constexpr (!std::is_same_v<A, Count>)
-        return std::tuple(c.load<Item<A>>(operand, std::is_pointer_v<A> ? i : 0));
+    if constexpr (!std::is_same_v<A, Count>) return std::tuple(c.item<Item<A>>(operand, isArray<A> ? i : 0));
 }
 
 /// One step on the model's memory: everything is read, the formula runs on each lane, what is written is stored.
 template <class... A, class Formula, std::size_t... K>
 void apply(const Formula& formula, const Case& c, const Step& step, std::index_sequence<K...>) {
-    decltype(std::tuple_cat(local<A>(c, K, 0)...)) lanes[4];
+    decltype(std::tuple_cat(copy<A>(c, K, 0)...)) lanes[4];
     const auto save = [&]<class To, std::size_t k>(Count l) {
-        if constexpr (std::is_pointer_v<To> && !std::is_const_v<std::remove_pointer_t<To>>)
-            c.save(k, step.first + l, std::get<k>(lanes[l]));
+        if constexpr (isArray<To> && !std::is_const_v<std::remove_pointer_t<To>>)
+            c.item<Item<To>>(k, step.first + l) = std::get<k>(lanes[l]);
     };
-    for (Count l = 0; l < step.elements; ++l) lanes[l] = std::tuple_cat(local<A>(c, K, step.first + l)...);
+    for (Count l = 0; l < step.elements; ++l) lanes[l] = std::tuple_cat(copy<A>(c, K, step.first + l)...);
     for (Count l = 0; l < step.elements; ++l) std::apply(formula, lanes[l]);
     for (Count l = 0; l < step.elements; ++l) (save.template operator()<A, K>(l), ...);
 }
