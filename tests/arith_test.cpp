@@ -124,7 +124,9 @@ void lerpRow(Signature* member, std::size_t notInFirst, First first, std::size_t
     Row pass1 = formulaRow(member, Kind::simd, first), pass2 = formulaRow(member, Kind::simd, second);
     pass1.operands[notInFirst].phased = pass2.operands[notInSecond].phased = false;
     row.model = [=, loop = row.model](const Row& r, const Case& c) {
-        return c.flag ? pass1.model(pass1, c) | pass2.model(pass2, c) : loop(r, c);
+        if (!c.flag) return loop(r, c);
+        pass1.model(pass1, c);
+        return pass2.model(pass2, c);
     };
     add(row);
 }
