@@ -221,8 +221,8 @@ private:
     void place(std::uint32_t slots, bool atEdges) {
         for (int pane = 0; const std::size_t k : arrays) {
             const Operand& o = row.operands[k];
-            const int slot = slots >> 2 * pane & 3, phase = o.size < 4 ? below(16) : slot * o.size % 16;
-            c.places[k] = {pane++, paneBytes * 3 / 8 + phase};
+            const int slot = o.size < 4 ? below(16) : slots >> 2 * pane & 3;
+            c.places[k] = {pane++, paneBytes * 3 / 8 + slot * o.size % 16};
             if (atEdges) c.places[k].offset = slot & 1 ? paneBytes - extent(o, c.count) : 0;
         }
     }
