@@ -93,7 +93,7 @@ void whitePointRows() {
         row.adjust = [](Case& c, const auto& random) {
             if (random() % 2) return;
             c.give(2, std::array{1.0f, 255.0f, 65535.0f}[random() % 3]);
-            c.give(3, std::array{255.0f, 256.0f, 65535.0f, 1000.0f}[random() % 4]);
+            c.give(3, std::array{255.0f, 256.0f, 65535.0f, 65536.0f}[random() % 4]);
             c.give(4, static_cast<float>(random() % 16));
         };
     }
