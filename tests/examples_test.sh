@@ -26,40 +26,30 @@ makes() {
 
 panorama() {
     local length arguments
-    echo "This is not a picture." >text.exr
-    mkdir directory.exr
-    for length in 0 1 4 9 200 340 1000 100000 211786; do head -c $length in.exr >short-$length.exr; done
-    for arguments in short-*.exr text.exr directory.exr missing.exr; do refused '' $arguments out.png; done
-    for arguments in '' directory.exr missing/out.png in.exr 'out.png third'; do refused '' in.exr $arguments; done
+    for length in 0 9 340 100000; do head -c $length in.exr >short-$length.exr; done
+    for arguments in short-*.exr . missing.exr; do refused '' $arguments out.png; done
+    for arguments in '' . missing/out.png in.exr 'out.png third'; do refused '' in.exr $arguments; done
     cmp in.exr "$photograph" || fault "the input was written to"
-    refused ''
-    for arguments in '--fov 0' '--fov 180' '--fov -1' '--fov nan' '--fov ten' '--fov 9x' '--fov' '--size 0x9' \
-        '--size 9' '--size 9x9x9' '--size 99999x9' '--yaw inf' '--pitch 91' '--exposure nan' '--offset 1e99' \
-        '--tone loud' '--bits 12' '--colour' '-x' '--flat --yaw 5'; do
+    for arguments in '--fov 180' '--fov nan' '--fov 9x' '--fov' '--size 9' '--size 99999x9' '--yaw inf' \
+        '--pitch 91' '--tone loud' '--bits 12' '--colour' '--flat --yaw 5'; do
         refused '' in.exr out.png $arguments
     done
 
     makes '67 x 35, 8' one.png --size 67x35 --yaw 180 --pitch -20
     makes '67 x 35, 8' two.png --pitch=-20 --size=67x35 --yaw=180
     cmp one.png two.png || fault "the same view twice gives two pictures"
-    makes '67 x 35, 8' two.png --size 67x35 --yaw 0 --pitch -20
-    cmp -s one.png two.png && fault "another view gives the same picture"
     makes '67 x 35, 16' one.png --size 67x35 --pitch 90 --fov 140 --tone reinhard --mark-clipped --exposure 3 --bits 16
     makes '1024 x 512, 8' one.png --flat --exposure 0 --offset 0.1
 }
 
 poisson() {
     local where
-    unfilled() { refused "$1" in.exr out.png "${@:2}"; }
-    unfilled 'takes an input'
-    for where in 1,2 1,2,3x 1,2,3x4x5 a,b,3x4 ''; do unfilled 'is written' --rectangle "$where"; done
-    for where in 5,5,0x9 5,5,9x0 5,5,-3x9; do unfilled 'is empty' --rectangle $where; done
-    for where in -1,5,9x9 5,-1,9x9 1020,5,9x9 5,510,9x9 2000,5,9x9 '5,5,9x9 --source 1020,5'; do
-        unfilled 'within the picture' --rectangle $where
-    done
-    unfilled 'nothing surrounds' --rectangle 0,0,1024x512
-    unfilled 'no convergence' --rectangle 34,322,104x78 --iterations 5
-    unfilled 'no convergence' --rectangle 34,322,30x20 --tolerance 1e-9 --iterations 999
+    unfilled() { refused "$1" in.exr out.png --rectangle "${@:2}"; }
+    for where in 1,2,3x 1,2,3x4x5 a,b,3x4; do unfilled 'is written' $where; done
+    for where in 5,5,0x9 5,5,9x0; do unfilled 'is empty' $where; done
+    for where in -1,5,9x9 1020,5,9x9 5,510,9x9 '5,5,9x9 --source 1020,5'; do unfilled 'within the picture' $where; done
+    unfilled 'nothing surrounds' 0,0,1024x512
+    unfilled 'no convergence' 34,322,104x78 --iterations 5
 
     fills() {
         makes '1024 x 512, 8' "$1" --rectangle "${@:2}"
@@ -70,9 +60,8 @@ poisson() {
     cmp plain.png same.png || fault "a rectangle filled with itself changes the picture"
     fills sky.png 620,60,100x80 --exposure -1
     cmp plain.png sky.png || fault "a membrane between blown pixels isn't blown"
-    fills brick.png 124,150,148x118 --source 622,150 --exposure -1
-    cmp -s plain.png brick.png && fault "nothing was filled"
-    fills border.png 0,503,1024x9
+    fills border.png 0,503,1024x9 --source 0,400 --exposure -1
+    cmp -s plain.png border.png && fault "nothing was filled"
 }
 
 $1
