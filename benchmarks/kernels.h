@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace bench {
 
@@ -53,3 +54,6 @@ BENCH_PEER(nativeKernels);
 BENCH_PEER(straightKernels);
 BENCH_PEER(eigenKernels);
 BENCH_PEER(volkKernels);
+
+/// Prints the cycles of calls on 0 to 8 elements.
+void printCalls(const std::vector<bench::Kernel>& kernels);

@@ -167,6 +167,12 @@ void enroll(const Row& row, const char* who, void (*run)(const Data&, Count), in
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::strcmp(argv[1], "--calls") == 0) {
+        std::vector<bench::Kernel> kernels;
+        for (const Row& row : rows) kernels.push_back({row.name, row.run});
+        printCalls(kernels);
+        return 0;
+    }
     const std::pair<const char*, bench::Kernels> peers[] = {
         {"plain", plainKernels()}, {"native", nativeKernels()}, {"straight", straightKernels()},
 #ifdef BENCH_EIGEN

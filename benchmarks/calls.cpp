@@ -1,0 +1,86 @@
+// What short calls cost, in cycles of the core. The time stamp counter ticks at a rate of its own, so a chain of additions,
+// a cycle each, is timed beside every figure.
+#include <x86intrin.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include "ZEL_Math.h"
+#include "kernels.h"
+
+namespace {
+
+using bench::Count;
+using bench::Data;
+
+constexpr int sets = 16,
+              rounds = 50;  // calls go round the sets, so that none waits for the stores of the one before
+
+template <class Work>
+double ticks(Work work) {
+    const auto start = __rdtsc();
+    work();
+    return static_cast<double>(__rdtsc() - start);
+}
+
+double ticksPerCycle() {
+    constexpr int length = 20000;
+    return ticks([] {
+               std::uint64_t x = 0;
+               for (int i = 0; i < length; ++i) asm volatile("add $1, %0" : "+r"(x));
+           }) /
+           length;
+}
+
+/// Arrays for one call, each from a cache line on.
+Data makeSet() {
+    static char* next = static_cast<char*>(_mm_malloc(sets * 13 * 192, 64));
+    const auto array = [&]<class T>(T value) {
+        T* const first = reinterpret_cast<T*>(next);
+        next += 192;
+        std::fill_n(first, 8, value);
+        return first;
+    };
+    return {array(0.5f),
+            array(0.7f),
+            array(0.6f),
+            array(0.5f),
+            array(1),
+            array(2),
+            array(3),
+            array(0.5),
+            array(0.7),
+            array(0.6),
+            array(std::uint8_t{9}),
+            array(std::uint16_t{9}),
+            array(0u)};
+}
+
+void nothing(const Data&, Count) { asm volatile(""); }
+
+}  // namespace
+
+void printCalls(const std::vector<bench::Kernel>& kernels) {
+    std::vector<Data> data;
+    for (int k = 0; k < sets; ++k) data.push_back(makeSet());
+    ZEL_Math::forceSIMD(true);
+    std::printf("%-20s%s\n", "cycles a call", "   0    1    2    3    4    5    6    7    8 elements");
+    const auto row = [&](const char* name, void (*run)(const Data&, Count)) {
+        std::printf("%-20s", name);
+        for (Count n = 0; n <= 8; ++n) {
+            double cycle = 1e9, calls = 1e9;
+            for (int repeat = 0; repeat < 50; ++repeat) {
+                cycle = std::min(cycle, ticksPerCycle());
+                calls = std::min(calls, ticks([&] {
+                                     for (int k = 0; k < rounds; ++k)
+                                         for (const Data& q : data) run(q, n);
+                                 }));
+            }
+            std::printf("%5.0f", calls / (rounds * sets) / cycle);
+        }
+        std::puts("");
+    };
+    row("an empty function", nothing);
+    for (const bench::Kernel& k : kernels) row(k.name, k.run);
+}
