@@ -1,6 +1,7 @@
 // Rows of element-wise arithmetic.
 #include <limits>
 
+#include "definitions.h"
 #include "engine.h"
 
 using namespace test;
@@ -22,9 +23,6 @@ const Register addSubMul([] {
     real<Array, Array>(Z::mul, Z::mulSIMD, Z::mul, times);
     real<Array, Value>(Z::mul, Z::mulSIMD, Z::mul, times);
 });
-
-float rcp(float x) { return _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(x))); }
-float rsqrt(float x) { return _mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(x))); }
 
 using ByValue = void (*)(float*, const float*, float, Count);
 
@@ -72,11 +70,6 @@ const Register reciprocalAndRoots([] {
     for (Row& row : real<Array>(Z::isqrt, Z::isqrtSIMD, Z::isqrt, inverseRoot, inverseRootLane))
         row.estimate = true;
 });
-
-// The instructions' own minimum and maximum. Where the caller has denormals taken for zeros they give zeros, which a
-// comparison and a choice don't.
-float least(float p, float q) { return _mm_cvtss_f32(_mm_min_ss(_mm_set_ss(p), _mm_set_ss(q))); }
-float greatest(float p, float q) { return _mm_cvtss_f32(_mm_max_ss(_mm_set_ss(p), _mm_set_ss(q))); }
 
 const Register signAndRange([] {
     const auto abs = [](auto& d, auto a) { d = std::copysign(a, decltype(a)(1)); };

@@ -4,23 +4,12 @@
 #include <cfenv>
 #include <cstdio>
 
+#include "definitions.h"
 #include "engine.h"
 
 using namespace test;
 
 namespace {
-
-/// The integer of a whole number in double, or the one that stands for none.
-int toInt(double whole) {
-    return whole >= -2147483648.0 && whole <= 2147483647.0 ? static_cast<int>(whole) : -2147483647 - 1;
-}
-
-/// The value that the bits mean, even where denormals are taken for zeros.
-double exact(float x) {
-    const auto bits = std::bit_cast<std::uint32_t>(x);
-    const bool denormal = (bits & 0x7F800000) == 0 && (bits & 0x7FFFFFFF);
-    return denormal ? (bits >> 31 ? -1e-40 : 1e-40) : static_cast<double>(x);
-}
 
 const Register floatToInt([] {
     const auto cast = [](int& d, float a) { d = toInt(std::trunc(exact(a))); };

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "definitions.h"
 #include "engine.h"
 
 using namespace test;
@@ -49,23 +50,6 @@ void sweep(const char* name, void (*plain)(D*, const float*, Count), void (*simd
     failed |= differences != 0;
 }
 
-float rcp(float x) { return _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(x))); }
-float rsqrt(float x) { return _mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(x))); }
-float greater(float x, float y) { return _mm_cvtss_f32(_mm_max_ss(_mm_set_ss(x), _mm_set_ss(y))); }
-constexpr int none = -2147483647 - 1;
-int toInt(double x) { return x >= -2147483648.0 && x < 2147483648.0 ? static_cast<int>(x) : none; }
-/// The floor in integers and exact doubles only.
-int floorOf(float x) {
-    const int n = toInt(static_cast<double>(x));
-    const auto word = std::bit_cast<std::uint32_t>(x);
-    const bool denormal = (word & 0x7F800000) == 0 && word > 0x80000000;
-    return n - (denormal || (n != none && static_cast<double>(n) > static_cast<double>(x)));
-}
-/// The truncated value, or one less where x is below 0.
-int truncatedLess(float x) {
-    return static_cast<int>(static_cast<unsigned>(toInt(static_cast<double>(x))) - (x < 0));
-}
-
 }  // namespace
 
 int main() {
@@ -73,12 +57,17 @@ int main() {
     const auto magnitude = [](float x) { return std::fabs(x); };
     const auto root = [](float x) { return std::sqrt(x); };
     const auto inverseRoot = [](float x) { return 1 / std::sqrt(x); };
-    const auto truncated = [](float x) { return toInt(static_cast<double>(x)); };
     // The quotient in double, narrowed, is what one division in float gives, however the processor rounds.
     const auto inverse = [](float x) { return static_cast<float>(1.0 / static_cast<double>(x)); };
+    const auto truncated = [](float x) { return toInt(std::trunc(exact(x))); };
+    const auto floor = [](float x) { return toInt(std::floor(exact(x))); };
     // Lanes take denormals as the mode has them, and so does this conversion.
     const auto floorLane = [](float x) { return toInt(std::floor(static_cast<double>(x))); };
-    sweep<float>("abs", Z::abs, Z::absSIMD, magnitude, [](float x) { return greater(0.0f - x, x); });
+    // The truncated value, or one less where x is below 0.
+    const auto less = [=](float x) {
+        return static_cast<int>(static_cast<unsigned>(truncated(x)) - (x < 0));
+    };
+    sweep<float>("abs", Z::abs, Z::absSIMD, magnitude, [](float x) { return greatest(0.0f - x, x); });
     sweep<float>("negate", Z::negate, Z::negateSIMD, std::negate<float>(), [](float x) { return 0.0f - x; });
     sweep<float>("sqrt", Z::sqrt, Z::sqrtSIMD, root, root);
     sweep<float>("fsqrt", Z::fsqrt, Z::fsqrtSIMD, root, [](float x) { return rcp(rsqrt(x)); });
@@ -86,18 +75,18 @@ int main() {
     sweep<int>("cast", Z::cast, Z::castSIMD, truncated, truncated);
     for (const unsigned mode : modes) {
         sweep<float>("invert", Z::invert, Z::invertSIMD, inverse, rcp, mode);
-        sweep<int>("floor", Z::floor, Z::floorSIMD, floorOf, floorLane, mode);
+        sweep<int>("floor", Z::floor, Z::floorSIMD, floor, floorLane, mode);
     }
     // splitFloat's two results, one at a time.
     alignas(16) static thread_local float frac[block];
     alignas(16) static thread_local int whole[block];
     sweep<int>(
         "splitFloat d", [](int* d, const float* a, Count n) { Z::splitFloat(d, frac, a, n); },
-        [](int* d, const float* a, Count n) { Z::splitFloatSIMD(d, frac, a, n); }, truncatedLess, floorOf);
+        [](int* d, const float* a, Count n) { Z::splitFloatSIMD(d, frac, a, n); }, less, floor);
     sweep<float>(
         "splitFloat f", [](float* f, const float* a, Count n) { Z::splitFloat(whole, f, a, n); },
         [](float* f, const float* a, Count n) { Z::splitFloatSIMD(whole, f, a, n); },
-        [](float x) { return x - static_cast<float>(truncatedLess(x)); },
-        [](float x) { return x - static_cast<float>(floorOf(x)); }, usual, downward);
+        [=](float x) { return x - static_cast<float>(less(x)); },
+        [=](float x) { return x - static_cast<float>(floor(x)); }, usual, downward);
     return failed;
 }

@@ -20,15 +20,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Count most = paneBytes / 2;
     for (const Operand& o : row.operands) most = std::min(most, paneBytes / 2 / o.size / o.perCount);
     c.count = kind < 192 ? kind % 70 : half() % most;
-    const auto bytesOf = [&](const Operand& o) {
-        return o.array ? (o.fixed ? o.fixed : o.perCount * c.count) * o.size : o.size;
-    };
     c.places.resize(row.operands.size());
     int pane = 0;
     for (std::size_t k = 0; k < row.operands.size(); ++k) {
         const Operand& o = row.operands[k];
         if (!o.array) continue;
-        const Count room = paneBytes - bytesOf(o);
+        const Count room = paneBytes - extent(o, c.count);
         const std::uint32_t how = byte(), shift = byte();
         // In memory of its own, in the middle or at an end, or near another one.
         Place p{pane++, shift == 255 ? 0 : shift == 254 ? room : paneBytes / 3 + shift % 16 * o.size, false};
@@ -46,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (std::size_t k = 0; k < row.operands.size(); ++k) {
             const Operand& o = row.operands[k];
             if (it.places[k].null || data == end) continue;
-            const Count given = std::min<Count>(bytesOf(o), o.array ? byte() : o.size);
+            const Count given = std::min<Count>(extent(o, c.count), o.array ? byte() : o.size);
             std::byte* to = it.at(Side::library, k);
             for (Count i = 0; i < given && data < end; ++i) to[i] = static_cast<std::byte>(byte());
         }

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -76,26 +75,18 @@ TEST(Load, GivesTheFlagOrSaysOnRequestWhyNot) {
 }
 
 TEST(Processor, DefinesBothWords) {
-    std::ifstream description("/proc/cpuinfo");
-    std::string line;
-    while (std::getline(description, line) && !line.starts_with("cpu family")) {
-    }
-    for (const int before : {0, -1}) {
-        int family = before, capabilities = before;
-        KEPgetProcessor(family, capabilities);
-        EXPECT_EQ(family, std::stoi(line.substr(line.find(':') + 1)));
-        EXPECT_EQ(capabilities, 8);
-    }
+    int family = -1, capabilities = -1;
+    KEPgetProcessor(family, capabilities);
+    EXPECT_EQ(system(("grep -q 'cpu family.*: " + std::to_string(family) + "$' /proc/cpuinfo").c_str()), 0);
+    EXPECT_EQ(capabilities, 8);
 }
 
 TEST(Shell, AssignmentCopiesNothing) {
-    ZEL_Math pair[2];
-    const char bytes[2] = {0x12, 0x34};
-    static_assert(sizeof pair == sizeof bytes);
-    std::memcpy(static_cast<void*>(pair), bytes, 2);
-    EXPECT_EQ(&(pair[0] = pair[1]), &pair[0]);
-    EXPECT_EQ(&(pair[1] = std::move(pair[0])), &pair[1]);
-    EXPECT_EQ(std::memcmp(static_cast<void*>(pair), bytes, 2), 0);
+    char bytes[] = "ab";
+    auto* const pair = reinterpret_cast<Z*>(bytes);
+    EXPECT_EQ(&(pair[0] = pair[1]), pair);
+    EXPECT_EQ(&(pair[1] = std::move(pair[0])), pair + 1);
+    EXPECT_STREQ(bytes, "ab");
     EXPECT_TRUE(Z::isSIMD());
 }
 
@@ -103,9 +94,9 @@ TEST(Callers, AForkedChildHasItsOwnFlag) {
     Z::forceSIMD(false);
     const pid_t child = fork();
     if (child == 0) {
-        const bool inherited = !Z::isSIMD();
+        if (Z::isSIMD()) _exit(1);
         Z::forceSIMD(true);
-        _exit(inherited && Z::isSIMD() && seven() == 7 ? 0 : 1);
+        _exit(seven() == 7 ? 0 : 1);
     }
     int status = -1;
     waitpid(child, &status, 0);
@@ -120,9 +111,7 @@ TEST(Callers, AHandlerOnASmallAlternateStack) {
     const std::size_t size = SIGSTKSZ, page = sysconf(_SC_PAGESIZE);
     void* guard = mmap(nullptr, page + size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     ASSERT_EQ(mprotect(guard, page, PROT_NONE), 0);  // who needs more than the stack falls into it
-    stack_t stack = {};
-    stack.ss_sp = static_cast<char*>(guard) + page;
-    stack.ss_size = size;
+    const stack_t stack = {.ss_sp = static_cast<char*>(guard) + page, .ss_flags = 0, .ss_size = size};
     ASSERT_EQ(sigaltstack(&stack, nullptr), 0);
     struct sigaction action = {};
     action.sa_flags = SA_ONSTACK;

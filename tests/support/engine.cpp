@@ -71,8 +71,6 @@ const auto theSoups = [] {
 const Row* theRow;
 const Case* theCase;
 
-Count extent(const Operand& o, Count count) { return (o.fixed ? o.fixed : o.perCount * count) * o.size; }
-
 template <class... A>
 std::string format(const char* pattern, A... a) {
     char line[200];

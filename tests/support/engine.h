@@ -56,6 +56,11 @@ struct Operand {
     Content content = Content::words;
 };
 
+/// The bytes of an operand.
+inline Count extent(const Operand& o, Count count) {
+    return (o.fixed ? o.fixed : o.perCount * count) * o.size;
+}
+
 struct Place {
     int pane = 0;
     Count offset = 0;  // bytes from the start of the pane
