@@ -477,7 +477,8 @@ public:
     /// @}
 
     /// @name Float to integer
-    /// `cast` truncates toward zero, `floor` rounds down; both the same on every route. `splitFloat` gives an
+    /// `cast` truncates toward zero, `floor` rounds down; both the same on every route, but that a negative
+    /// denormal in denormals-are-zero mode has the floor 0 in lanes and -1 elsewhere. `splitFloat` gives an
     /// integer part in d and the rest in frac; without a, frac is the source too. NaN, infinities and what
     /// doesn't fit `int` give -2147483648 (the integer indefinite value of cvttps2dq).
     ///
