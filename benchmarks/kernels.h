@@ -55,5 +55,8 @@ BENCH_PEER(straightKernels);
 BENCH_PEER(eigenKernels);
 BENCH_PEER(volkKernels);
 
+/// Behind a library boundary, and empty.
+extern "C" void benchNothing(float*, const float*, const float*, bench::Count);
+
 /// Prints the cycles of calls on 0 to 8 elements.
 void printCalls(const std::vector<bench::Kernel>& kernels);
