@@ -81,10 +81,10 @@ const Register reductions([] {
 /// A long sum is its blocks' sums, each of them a short call, added upward.
 TEST(Reductions, LongSumsAreTheSumsOfTheirBlocks) {
     for (const Count num : {200000, 3000000}) {
-        std::vector<float> a, b;
+        std::vector<float> a(num), b(num);
         for (Count i = 0; i < num; ++i) {
-            a.push_back(static_cast<float>(i * 7919 % 10007) * 1e-4f);
-            b.push_back(static_cast<float>(i * 104729 % 9973) * 1e-4f - 0.5f);
+            a[i] = static_cast<float>(i * 7919 % 10007) * 1e-4f;
+            b[i] = static_cast<float>(i * 104729 % 9973) * 1e-4f - 0.5f;
         }
         const auto check = [&](auto member) {
             std::vector<float> whole = b, parts = b;
@@ -94,10 +94,8 @@ TEST(Reductions, LongSumsAreTheSumsOfTheirBlocks) {
             EXPECT_EQ(bits(member(whole.data(), a.data(), b.data(), num)), bits(total));
             EXPECT_EQ(whole, parts);
         };
-        check([](float*, const float* x, const float* y, Count n) { return Z::dotSIMD(x, y, n); });
-        check([](float* d, const float* x, const float*, Count n) {
-            return Z::maddAndNormSIMD(d, x, 0.7f, n);
-        });
+        check([](auto, auto* x, auto* y, Count n) { return Z::dotSIMD(x, y, n); });
+        check([](auto* d, auto* x, auto, Count n) { return Z::maddAndNormSIMD(d, x, 0.7f, n); });
         check(Z::mulAndDotDASIMD);
     }
 }
