@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             const Operand& o = row.operands[k];
             if (it.places[k].null || data == end) continue;
             const Count given = std::min<Count>(extent(o, c.count), o.array ? byte() : o.size);
-            std::byte* to = it.at(Side::library, k);
+            std::byte* to = it.at(k);
             for (Count i = 0; i < given && data < end; ++i) to[i] = static_cast<std::byte>(byte());
         }
         if (adjust) adjust(it, random);

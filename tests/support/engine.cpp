@@ -16,9 +16,6 @@
 namespace test {
 namespace {
 
-constexpr int panes = 6, valuePane = 5;
-constexpr Count paneStride = paneBytes + 2 * page, modelDistance = panes * paneStride;
-
 /// Readable bytes between two unreadable pages, for each pane on both sides.
 std::byte* const thePanes = [] {
     void* all = mmap(nullptr, 2 * modelDistance, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -86,7 +83,7 @@ std::string report(const std::string& fault, const void* address = nullptr) {
     const Count lead = lanePhase(*theRow, c), end = lead + ((c.count - lead) & ~Count{3});
     for (std::size_t k = 0; k < c.places.size(); ++k) {
         const Operand& o = theRow->operands[k];
-        const std::byte *from = c.at(Side::library, k), *to = from + extent(o, c.count);
+        const std::byte *from = c.at(k), *to = from + extent(o, c.count);
         text += format("  operand %zu: phase %ld, %p to %p", k, c.phase(k), from, to);
         if (!o.array) text += format(", value %lx", c.item<std::uint64_t>(k));
         const Count i = (static_cast<const std::byte*>(address) - from) / o.size;
@@ -239,13 +236,12 @@ private:
 
 }  // namespace
 
-std::byte* Case::at(Side side, std::size_t operand) const {
+std::byte* Case::at(std::size_t operand) const {
     const Place& p = places[operand];
-    if (p.null) return nullptr;
-    return thePanes + (side == Side::model ? modelDistance : 0) + p.pane * paneStride + p.offset;
+    return p.null ? nullptr : thePanes + p.pane * paneStride + p.offset;
 }
 Count Case::phase(std::size_t operand) const {
-    return -reinterpret_cast<std::uintptr_t>(at(Side::library, operand)) >> 2 & 3;
+    return -reinterpret_cast<std::uintptr_t>(at(operand)) >> 2 & 3;
 }
 
 std::vector<Row>& rows() {

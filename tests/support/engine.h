@@ -41,8 +41,11 @@ T product(T a, T b) {
 
 // ---- A case: where the operands lie and what the call is given
 
-/// Arrays lie in panes: memory between two unreadable pages. Values lie in a pane of their own.
-constexpr Count page = 4096, paneBytes = 16 * page;
+/// Arrays lie in panes: memory between two unreadable pages. Values lie in a pane of their own. The model has a copy of
+/// all panes, at a fixed distance.
+constexpr Count page = 4096, paneBytes = 16 * page, paneStride = paneBytes + 2 * page;
+constexpr int panes = 6, valuePane = 5;
+constexpr Count modelDistance = panes * paneStride;
 
 enum class Content { words, doubles, masks };
 
@@ -67,25 +70,24 @@ struct Place {
     bool null = false;
 };
 
-enum class Side { library, model };
-
 struct Case {
     bool flag = false;
     Count count = 0;
     unsigned control = 0x1F80;  // MXCSR at the call
     std::vector<Place> places;  // by operand
 
-    std::byte* at(Side side, std::size_t operand) const;
+    /// What the library is called with; null where the place says so.
+    std::byte* at(std::size_t operand) const;
     /// Of an array: 4-byte elements to the next 16-byte boundary.
     Count phase(std::size_t operand) const;
-    /// An element of an array or, as element 0, a value.
+    /// The model's copy of an element of an array or, as element 0, of a value.
     template <class T>
-    T& item(std::size_t operand, Count i = 0, Side side = Side::model) const {
-        return reinterpret_cast<T*>(at(side, operand))[i];
+    T& item(std::size_t operand, Count i = 0) const {
+        return reinterpret_cast<T*>(at(operand) + modelDistance)[i];
     }
     template <class T>
     void give(std::size_t value, T x) const {
-        item<T>(value, 0, Side::library) = x;
+        reinterpret_cast<T&>(*at(value)) = x;
     }
 };
 
@@ -161,8 +163,8 @@ Operand describe() {
 template <class A>
 A argument(const Case& c, std::size_t operand) {
     if constexpr (std::is_same_v<A, Count>) return c.count;
-    if constexpr (isArray<A>) return reinterpret_cast<A>(c.at(Side::library, operand));
-    if constexpr (!isArray<A>) return c.item<A>(operand, 0, Side::library);
+    if constexpr (isArray<A>) return reinterpret_cast<A>(c.at(operand));
+    if constexpr (!isArray<A>) return c.item<A>(operand);
 }
 
 /// What a formula is called with: a copy of one element, to which it may write; nothing of the count.
