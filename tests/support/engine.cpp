@@ -94,7 +94,7 @@ std::string report(const std::string& fault, const void* address = nullptr) {
     return text;
 }
 
-[[noreturn]] void crashed(int signal, siginfo_t* info, void*) {
+[[noreturn, maybe_unused]] void crashed(int signal, siginfo_t* info, void*) {
     std::fputs(report(format("signal %d at %p", signal, info->si_addr), info->si_addr).c_str(), stderr);
     _exit(3);
 }
