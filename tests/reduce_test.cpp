@@ -14,8 +14,7 @@ float rounded(double x) { return bits(x) == bits(anyNaN<double>) ? anyNaN<float>
 template <class Term>
 void reduction(auto* member, Kind kind, Term term) {
     Row row = modelRow(member, kind, [=](const Row& r, const Case& c) {
-        const Count phase = lanePhase(r, c), lead = phase < 0 ? c.count : std::min(phase, c.count);
-        const Count end = lead + ((c.count - lead) & ~Count{3});
+        const auto [lead, end] = Groups(lanePhase(r, c), c.count);
         const auto stretch = [&](Count from, Count to) {
             double total = 0;
             for (Count i = from; i < to; ++i) total += static_cast<double>(term(r, c, i, false));

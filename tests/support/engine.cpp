@@ -8,7 +8,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <random>
 #include <stdexcept>
@@ -80,14 +79,18 @@ std::string report(const std::string& fault, const void* address = nullptr) {
     const Case& c = *theCase;
     std::string text = fault + " in " + theRow->name;
     text += format("\n  flag %d, count %ld, MXCSR %04x\n", c.flag, c.count, c.control);
-    const Count lead = lanePhase(*theRow, c), end = lead + ((c.count - lead) & ~Count{3});
+    const Count phase = lanePhase(*theRow, c);
+    const Groups groups(phase, c.count);
     for (std::size_t k = 0; k < c.places.size(); ++k) {
         const Operand& o = theRow->operands[k];
         const std::byte *from = c.at(k), *to = from + extent(o, c.count);
         text += format("  operand %zu: phase %ld, %p to %p", k, c.phase(k), from, to);
         if (!o.array) text += format(", value %lx", c.item<std::uint64_t>(k));
         const Count i = (static_cast<const std::byte*>(address) - from) / o.size;
-        const char* part = lead < 0 ? "element loop" : i < lead ? "lead-in" : i < end ? "lane group" : "tail";
+        const char* part = phase < 0         ? "element loop"
+                           : i < groups.lead ? "lead-in"
+                           : i < groups.end  ? "lane group"
+                                             : "tail";
         if (address >= from && address < to) text += format(", there element %ld, %s", i, part);
         text += "\n";
     }
@@ -262,7 +265,7 @@ Count lanePhase(const Row& row, const Case& c) {
 }
 
 std::vector<Step> road(Count phase, Count num, int group) {
-    const Count lead = phase < 0 ? num : std::min(phase, num), end = lead + ((num - lead) & ~Count{3});
+    const auto [lead, end] = Groups(phase, num);
     std::vector<Step> steps;
     for (Count i = 0; i < lead; ++i) steps.push_back({i, 1, Form::element});
     for (Count i = num; i-- > end;) steps.push_back({i, 1, Form::element});

@@ -4,6 +4,7 @@
 
 #include <xmmintrin.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -102,6 +103,12 @@ struct Step {
     Form form;
 };
 
+/// Where the lane groups lie: from element lead to end. For a phase below 0 there are none, behind all elements.
+struct Groups {
+    Count lead, end;
+    Groups(Count phase, Count num)
+        : lead(phase < 0 ? num : std::min(phase, num)), end(lead + ((num - lead) & ~Count{3})) {}
+};
 /// The promised order of work: an element loop for a phase below 0, else lead-in, tail and groups.
 std::vector<Step> road(Count phase, Count num, int group = 4);
 /// By flag and phases.
