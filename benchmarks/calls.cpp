@@ -14,8 +14,8 @@ namespace {
 using bench::Count;
 using bench::Data;
 
-constexpr int sets = 16,
-              rounds = 50;  // calls go round the sets, so that none waits for the stores of the one before
+// Calls go round the sets, so that none waits for the stores of the one before.
+constexpr int sets = 16, rounds = 50;
 
 template <class Work>
 double ticks(Work work) {
@@ -32,28 +32,16 @@ double ticksPerCycle() {
            (10 * length);
 }
 
-/// Arrays for one call, each from a cache line on.
+/// Arrays for calls of up to 8 elements, each from a cache line on.
 Data makeSet() {
     static char* next = static_cast<char*>(_mm_malloc(sets * 13 * 192, 64));
-    const auto array = [&]<class T>(T value) {
-        T* const first = reinterpret_cast<T*>(next);
+    Data q;
+    bench::each(q, []<class T>(T*& array) {
+        array = reinterpret_cast<T*>(next);
         next += 192;
-        std::fill_n(first, 8, value);
-        return first;
-    };
-    return {array(0.5f),
-            array(0.7f),
-            array(0.6f),
-            array(0.5f),
-            array(1),
-            array(2),
-            array(3),
-            array(0.5),
-            array(0.7),
-            array(0.6),
-            array(std::uint8_t{9}),
-            array(std::uint16_t{9}),
-            array(0u)};
+    });
+    bench::fill(q, 8);
+    return q;
 }
 
 }  // namespace

@@ -38,8 +38,8 @@ const bench::Kernel kernels[] = {
     {"set", [](const Data& q, Count n) { array(q.d, n) = v.third; }},
     {"swap", [](const Data& q, Count n) { array(q.a, n).swap(array(q.b, n)); }},
     {"cast", [](const Data& q, Count n) { array(q.k, n) = array(q.a, n).cast<int>(); }},
-    {"dot",
-     [](const Data& q, Count n) { bench::keep(static_cast<double>((array(q.a, n) * array(q.b, n)).sum())); }},
+    {"dot", [](const Data& q,
+               Count n) { bench::keep(q, static_cast<double>((array(q.a, n) * array(q.b, n)).sum())); }},
 };
 
 }  // namespace

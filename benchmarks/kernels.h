@@ -19,6 +19,33 @@ struct Data {
     std::uint32_t* mask;
 };
 
+/// visit(array) for each array.
+template <class Visit>
+void each(Data& q, Visit visit) {
+    auto& [d, a, b, c, i, j, k, x, y, z, bytes, halves, mask] = q;
+    [&](auto&... array) { (visit(array), ...); }(d, a, b, c, i, j, k, x, y, z, bytes, halves, mask);
+}
+
+/// Ordinary numbers in all arrays.
+inline void fill(const Data& q, Count n) {
+    std::uint32_t random = 1;
+    for (Count i = 0; i < n; ++i) {
+        random = random * 1664525 + 1013904223;
+        q.a[i] = 0.5f + static_cast<float>(random >> 8) / (1 << 24);
+        q.b[i] = 1.5f - q.a[i] / 2;
+        q.c[i] = q.d[i] = static_cast<float>(random >> 9 & 0xFF) / 256;
+        q.i[i] = static_cast<int>(random >> 29);
+        q.j[i] = static_cast<int>(random >> 28 & 7);
+        q.k[i] = 0;
+        q.x[i] = static_cast<double>(q.a[i]);
+        q.y[i] = static_cast<double>(q.b[i]);
+        q.z[i] = 0;
+        q.bytes[i] = static_cast<std::uint8_t>(random >> 24);
+        q.halves[i] = 0;
+        q.mask[i] = random >> 31;
+    }
+}
+
 struct Kernel {
     const char* name;  // the same name is the same work, whoever does it
     void (*run)(const Data&, Count);
@@ -42,8 +69,8 @@ inline Values values() {
     return v;
 }
 
-/// Where a sum goes, so that no compiler drops it.
-inline void keep(double x) { asm volatile("" : : "x"(x)); }
+/// Where a sum goes, so that no compiler drops it and it can be compared.
+inline void keep(const Data& q, double sum) { *q.z = sum; }
 
 }  // namespace bench
 

@@ -16,16 +16,14 @@ using bench::Count;
 using bench::Data;
 using Z = ZEL_Math;
 
-struct Row {
-    const char* name;
+struct Row : bench::Kernel {
     int bytes;  // read and written for each element
-    void (*run)(const Data&, Count);
 };
 
 const bench::Values v = bench::values();
-#define ROW(name, bytes, ...)                                    \
-    {                                                            \
-        name, bytes, [](const Data& q, Count n) { __VA_ARGS__; } \
+#define ROW(name, bytes, ...)                                      \
+    {                                                              \
+        {name, [](const Data& q, Count n) { __VA_ARGS__; }}, bytes \
     }
 
 const Row rows[] = {
@@ -63,10 +61,10 @@ const Row rows[] = {
     ROW("wpoint 16", 6, Z::wpoint(q.halves, q.a, 65535, 65535, 0, n)),
     ROW("iwpoint 8", 5, Z::iwpoint(q.d, q.bytes, v.white, 1, n)),
     ROW("iwpoint 8 table", 5, Z::iwpoint(q.d, q.bytes, v.white, 0, n)),
-    ROW("dot", 8, bench::keep(Z::dot(q.a, q.b, n))),
-    ROW("maddAndNorm", 12, bench::keep(Z::maddAndNorm(q.d, q.a, 1e-6, n))),
-    ROW("mulAndDotDA", 12, bench::keep(Z::mulAndDotDA(q.d, q.a, q.b, n))),
-    ROW("zerocount", 4, bench::keep(Z::zerocount(q.i, n))),
+    ROW("dot", 8, bench::keep(q, Z::dot(q.a, q.b, n))),
+    ROW("maddAndNorm", 12, bench::keep(q, Z::maddAndNorm(q.d, q.a, 1e-6, n))),
+    ROW("mulAndDotDA", 12, bench::keep(q, Z::mulAndDotDA(q.d, q.a, q.b, n))),
+    ROW("zerocount", 4, bench::keep(q, Z::zerocount(q.i, n))),
     ROW("mulColVec44", 8, Z::mulColVec44(q.d, v.matrix, n / 4, nullptr)),
     ROW("mulRowVec44", 8, Z::mulRowVec44(q.d, v.matrix, n / 4, nullptr)),
     ROW("mulRowVec44 masked", 8, Z::mulRowVec44(q.d, v.matrix, n / 4, q.mask)),
@@ -83,69 +81,38 @@ Data makeData(bool apart) {
     static auto* const memory = static_cast<char*>(mmap(nullptr, 13 * stride, PROT_READ | PROT_WRITE,
                                                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
     std::size_t k = 0;
-    const auto next = [&] {
-        char* p = memory + k * stride + 4096 + k * 320 + (apart ? k % 4 * 4 : 0);
+    Data q;
+    bench::each(q, [&]<class T>(T*& array) {
+        const std::size_t shift = apart && sizeof(T) < 8 ? k % 4 * 4 : 0;
+        array = reinterpret_cast<T*>(memory + k * stride + 4096 + k * 320 + shift);
         ++k;
-        return p;
-    };
-    const auto floats = [&] { return reinterpret_cast<float*>(next()); };
-    const auto ints = [&] { return reinterpret_cast<int*>(next()); };
-    const auto doubles = [&] {
-        char* p = memory + k * stride + 4096 + k * 320;
-        ++k;
-        return reinterpret_cast<double*>(p);
-    };
-    Data q{floats(),  floats(),  floats(),  floats(), ints(),  ints(), ints(),
-           doubles(), doubles(), doubles(), nullptr,  nullptr, nullptr};
-    q.bytes = reinterpret_cast<std::uint8_t*>(next());
-    q.halves = reinterpret_cast<std::uint16_t*>(next());
-    q.mask = reinterpret_cast<std::uint32_t*>(next());
+    });
     return q;
-}
-void fill(const Data& q, Count n) {
-    std::uint32_t random = 1;
-    for (Count i = 0; i < n; ++i) {
-        random = random * 1664525 + 1013904223;
-        q.a[i] = 0.5f + static_cast<float>(random >> 8) / (1 << 24);
-        q.b[i] = 1.5f - q.a[i] / 2;
-        q.c[i] = q.d[i] = static_cast<float>(random >> 9 & 0xFF) / 256;
-        q.i[i] = static_cast<int>(random >> 29);
-        q.j[i] = static_cast<int>(random >> 28 & 7);
-        q.k[i] = 0;
-        q.x[i] = static_cast<double>(q.a[i]);
-        q.y[i] = static_cast<double>(q.b[i]);
-        q.z[i] = 0;
-        q.bytes[i] = static_cast<std::uint8_t>(random >> 24);
-        q.halves[i] = 0;
-        q.mask[i] = random >> 31;
-    }
 }
 
 /// Whether a peer writes what the library writes; some differ by a last bit, and say so in the label.
 const char* agreement(const Row& row, void (*peer)(const Data&, Count), bool flag) {
     constexpr Count n = 1000;
-    const Data q = makeData(false);
-    std::vector<std::byte> wanted;
+    Data q = makeData(false);
+    std::vector<std::byte> written[2];
     for (const bool first : {true, false}) {
-        fill(q, n);
+        bench::fill(q, n);
         Z::forceSIMD(flag);
         first ? row.run(q, n) : peer(q, n);
-        std::vector<std::byte> got;
-        for (const void* p : {static_cast<void*>(q.d), static_cast<void*>(q.k), static_cast<void*>(q.z),
-                              static_cast<void*>(q.bytes), static_cast<void*>(q.a)})
-            got.insert(got.end(), static_cast<const std::byte*>(p), static_cast<const std::byte*>(p) + n);
-        if (first) wanted = got;
-        if (!first && got != wanted) return "other bits";
+        bench::each(q, [&]<class T>(const T* array) {
+            const auto* from = reinterpret_cast<const std::byte*>(array);
+            written[first].insert(written[first].end(), from, from + n * sizeof(T));
+        });
     }
-    return "same bits";
+    return written[0] == written[1] ? "same bits" : "other bits";
 }
 
-void measure(benchmark::State& state, const Row& row, void (*run)(const Data&, Count), int flag, bool apart,
+void measure(benchmark::State& state, const Row& row, void (*run)(const Data&, Count), bool flag, bool apart,
              const char* label) {
     const Count n = state.range(0);
     const Data q = makeData(apart);
-    fill(q, n);
-    Z::forceSIMD(flag != 0);
+    bench::fill(q, n);
+    Z::forceSIMD(flag);
     for (auto _ : state) {
         run(q, n);
         benchmark::ClobberMemory();
@@ -155,7 +122,7 @@ void measure(benchmark::State& state, const Row& row, void (*run)(const Data&, C
     state.SetLabel(label);
 }
 
-void enroll(const Row& row, const char* who, void (*run)(const Data&, Count), int flag, bool apart,
+void enroll(const Row& row, const char* who, void (*run)(const Data&, Count), bool flag, bool apart,
             const char* label) {
     auto* b = benchmark::RegisterBenchmark((std::string(row.name) + "/" + who).c_str(), measure,
                                            std::cref(row), run, flag, apart, label);
@@ -168,9 +135,7 @@ void enroll(const Row& row, const char* who, void (*run)(const Data&, Count), in
 
 int main(int argc, char** argv) {
     if (argc == 2 && std::strcmp(argv[1], "--calls") == 0) {
-        std::vector<bench::Kernel> kernels;
-        for (const Row& row : rows) kernels.push_back({row.name, row.run});
-        printCalls(kernels);
+        printCalls({std::begin(rows), std::end(rows)});
         return 0;
     }
     const std::pair<const char*, bench::Kernels> peers[] = {
@@ -183,13 +148,14 @@ int main(int argc, char** argv) {
 #endif
     };
     for (const Row& row : rows) {
-        enroll(row, "set", row.run, 1, false, "");
-        enroll(row, "clear", row.run, 0, false, "");
-        enroll(row, "apart", row.run, 1, true, "");
+        enroll(row, "set", row.run, true, false, "");
+        enroll(row, "clear", row.run, false, false, "");
+        enroll(row, "apart", row.run, true, true, "");
         for (const auto& [who, kernels] : peers)
             for (std::size_t k = 0; k < kernels.size; ++k)
                 if (const auto& [name, run] = kernels.first[k]; std::strcmp(name, row.name) == 0)
-                    enroll(row, who, run, 0, false, agreement(row, run, std::strcmp(who, "straight") == 0));
+                    enroll(row, who, run, false, false,
+                           agreement(row, run, std::strcmp(who, "straight") == 0));
     }
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

@@ -57,13 +57,13 @@ const bench::Kernel kernels[] = {
      [](const Data& q, Count n) {
          double s = 0;
          for (Count i = 0; i < n; ++i) s += q.a[i] * q.b[i];
-         bench::keep(s);
+         bench::keep(q, s);
      }},
     {"zerocount",
      [](const Data& q, Count n) {
          int s = 0;
          for (Count i = 0; i < n; ++i) s += q.i[i] == 0;
-         bench::keep(s);
+         bench::keep(q, s);
      }},
     {"mulRowVec44",
      [](const Data& q, Count n) {

@@ -31,14 +31,14 @@ double laneSum(__m128 x) {
 
 /// Blocks of 256 lane groups, one after the other.
 template <class Term>
-void blockedSum(Count n, Term term) {
+void blockedSum(const Data& q, Count n, Term term) {
     double total = 0;
     for (Count block = 0; block < n; block += 1024) {
         __m128 sum = _mm_setzero_ps();
         for (Count i = block; i < std::min(block + 1024, n); i += 4) sum = _mm_add_ps(sum, term(i));
         total += laneSum(sum);
     }
-    bench::keep(total);
+    bench::keep(q, total);
 }
 
 /// What a clamp in lanes leaves of scaled samples, as words.
@@ -108,12 +108,12 @@ const bench::Kernel kernels[] = {
           _mm_storeu_si64(q.halves + i, _mm_packs_epi32(low16, low16))),
     {"dot",
      [](const Data& q, Count n) {
-         blockedSum(n, [=](Count i) { return _mm_mul_ps(load(q.a + i), load(q.b + i)); });
+         blockedSum(q, n, [=](Count i) { return _mm_mul_ps(load(q.a + i), load(q.b + i)); });
      }},
     {"maddAndNorm",
      [](const Data& q, Count n) {
          const __m128 factor = _mm_set1_ps(1e-6f);
-         blockedSum(n, [=](Count i) {
+         blockedSum(q, n, [=](Count i) {
              const __m128 u = _mm_add_ps(_mm_mul_ps(factor, load(q.a + i)), load(q.d + i));
              store(q.d + i, u);
              return _mm_mul_ps(u, u);
@@ -121,7 +121,7 @@ const bench::Kernel kernels[] = {
      }},
     {"mulAndDotDA",
      [](const Data& q, Count n) {
-         blockedSum(n, [=](Count i) {
+         blockedSum(q, n, [=](Count i) {
              store(q.d + i, _mm_mul_ps(load(q.b + i), load(q.a + i)));
              return _mm_mul_ps(load(q.d + i), load(q.a + i));
          });
@@ -131,7 +131,7 @@ const bench::Kernel kernels[] = {
          __m128i count = _mm_setzero_si128();
          for (Count i = 0; i < n; i += 4)
              count = _mm_sub_epi32(count, _mm_cmpeq_epi32(load(q.i + i), _mm_setzero_si128()));
-         bench::keep(laneSum(_mm_cvtepi32_ps(count)));
+         bench::keep(q, laneSum(_mm_cvtepi32_ps(count)));
      }},
     LANES("mulRowVec44", transform(q.d + i, m)),
     LANES("mulRowVec44 masked", if (q.mask[i / 4] == 0) transform(q.d + i, m)),

@@ -26,7 +26,7 @@ const bench::Kernel kernels[] = {
      [](const Data& q, Count n) {
          float s;
          volk_32f_x2_dot_prod_32f(&s, q.a, q.b, size(n));
-         bench::keep(static_cast<double>(s));
+         bench::keep(q, static_cast<double>(s));
      }},
 };
 
