@@ -8,8 +8,7 @@ int ZEL_Math::zerocount(const int* a, Count num) {
 }
 
 int ZEL_Math::zerocountSIMD(const int* a, Count num) {
-    unsigned count = 0;
-    const auto [lead, end] = edges(phase(a), num, [&](Count i) { count += a[i] == 0; });
+    const auto [lead, end] = Groups(phase(a), num);
     const __m128i zero = _mm_setzero_si128();
     const auto zeros = [=](Count i) { return _mm_cmpeq_epi32(group(a, i), zero); };
     // A mask is -1 where the element is 0: the masks add up to the count, negated. Two sums run, and four masks are added
@@ -27,7 +26,9 @@ int ZEL_Math::zerocountSIMD(const int* a, Count num) {
     for (; i < end; i += 4) sum = _mm_add_epi32(sum, zeros(i));
     alignas(16) unsigned lane[4];
     _mm_store_si128(reinterpret_cast<__m128i*>(lane), _mm_add_epi32(sum, other));
-    return static_cast<int>(count - (lane[0] + lane[1] + lane[2] + lane[3]));
+    return static_cast<int>(static_cast<unsigned>(zerocountSISD(a, lead)) +
+                            static_cast<unsigned>(zerocountSISD(a + end, num - end)) -
+                            (lane[0] + lane[1] + lane[2] + lane[3]));
 }
 
 int ZEL_Math::zerocountSISD(const int* a, Count num) {
