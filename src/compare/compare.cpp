@@ -9,7 +9,7 @@ using namespace zel;
 namespace {
 
 template <class Relation>
-struct Word : Relation {
+struct StoresOne : Relation {
     template <class Lanes>
     static __m128i lanes(Lanes a, Lanes b) {
         return _mm_and_si128(Relation::mask(a, b), intLanes(theLaneOne));
@@ -17,7 +17,7 @@ struct Word : Relation {
 };
 
 template <class Relation>
-struct Mask : Relation {
+struct StoresMask : Relation {
     template <class Lanes>
     static __m128i lanes(Lanes a, Lanes b) {
         return Relation::mask(a, b);
@@ -26,7 +26,7 @@ struct Mask : Relation {
 
 }  // namespace
 
-// The ten members of one name; Formula is Word or Mask of its relation.
+// The ten members of one name; Formula says what its relation stores in a lane group.
 #define ZEL_COMPARISON(name, nameSIMD, Formula)                                                              \
     void ZEL_Math::name(int* d, const int* a, const int* b, Count num) {                                     \
         return theSIMD ? nameSIMD(d, a, b, num) : elements<Formula>(d, num, a, b);                           \
@@ -51,18 +51,18 @@ struct Mask : Relation {
     }                                                                                                        \
     void ZEL_Math::nameSIMD(int* d, const float* a, float b, Count num) { lanes<Formula>(d, num, a, b); }
 
-ZEL_COMPARISON(lt, ltSIMD, Word<Less>)
-ZEL_COMPARISON(le, leSIMD, Word<LessOrEqual>)
-ZEL_COMPARISON(gt, gtSIMD, Word<Greater>)
-ZEL_COMPARISON(ge, geSIMD, Word<GreaterOrEqual>)
-ZEL_COMPARISON(eq, eqSIMD, Word<Equal>)
-ZEL_COMPARISON(ne, neSIMD, Word<NotEqual>)
+ZEL_COMPARISON(lt, ltSIMD, StoresOne<Less>)
+ZEL_COMPARISON(le, leSIMD, StoresOne<LessOrEqual>)
+ZEL_COMPARISON(gt, gtSIMD, StoresOne<Greater>)
+ZEL_COMPARISON(ge, geSIMD, StoresOne<GreaterOrEqual>)
+ZEL_COMPARISON(eq, eqSIMD, StoresOne<Equal>)
+ZEL_COMPARISON(ne, neSIMD, StoresOne<NotEqual>)
 
-ZEL_COMPARISON(fastlt, fastltSIMD, Mask<Less>)
-ZEL_COMPARISON(fastle, fastleSIMD, Mask<LessOrEqual>)
-ZEL_COMPARISON(fastgt, fastgtSIMD, Mask<Greater>)
-ZEL_COMPARISON(fastge, fastgeSIMD, Mask<GreaterOrEqual>)
-ZEL_COMPARISON(fasteq, fasteqSIMD, Mask<Equal>)
-ZEL_COMPARISON(fastne, fastneSIMD, Mask<NotEqual>)
+ZEL_COMPARISON(fastlt, fastltSIMD, StoresMask<Less>)
+ZEL_COMPARISON(fastle, fastleSIMD, StoresMask<LessOrEqual>)
+ZEL_COMPARISON(fastgt, fastgtSIMD, StoresMask<Greater>)
+ZEL_COMPARISON(fastge, fastgeSIMD, StoresMask<GreaterOrEqual>)
+ZEL_COMPARISON(fasteq, fasteqSIMD, StoresMask<Equal>)
+ZEL_COMPARISON(fastne, fastneSIMD, StoresMask<NotEqual>)
 
 #undef ZEL_COMPARISON
