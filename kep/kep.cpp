@@ -3,12 +3,11 @@
 #include <cpuid.h>
 
 void KEPgetProcessor(int& family, int& capabilities) {
-    constexpr int laneUnit = 0x8;  // SSE and SSE2
     family = 0;
     capabilities = 0;
     unsigned a, b, c, d;
     if (!__get_cpuid(1, &a, &b, &c, &d)) return;
     family = static_cast<int>(a >> 8 & 0xF);
     if (family == 0xF) family += static_cast<int>(a >> 20 & 0xFF);  // the extended part counts behind 15 only
-    if ((d & bit_SSE) && (d & bit_SSE2)) capabilities = laneUnit;
+    if ((d & bit_SSE) && (d & bit_SSE2)) capabilities = KEPlaneUnit;
 }

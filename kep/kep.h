@@ -2,7 +2,10 @@
 // any library that defines it can take this one's place.
 #pragma once
 
+/// The bit of the capabilities that says that lanes can be used: SSE and SSE2 are there.
+constexpr int KEPlaneUnit = 0x8;
+
 /// Asks the processor what it can do. Both words are always defined; there is no failure to report.
-/// capabilities: bit value 8 (mask 0x8) is set exactly when SSE and SSE2 are there, the other bits are 0.
+/// capabilities: KEPlaneUnit or 0, the other bits are clear.
 /// family: the processor's family number, for diagnosis only.
 __attribute__((visibility("default"))) void KEPgetProcessor(int& family, int& capabilities);

@@ -14,8 +14,7 @@ namespace {
 [[gnu::constructor]] void detect() {
     int family, capabilities;
     KEPgetProcessor(family, capabilities);
-    constexpr int laneUnit = 0x8;
-    if (capabilities & laneUnit) {
+    if (capabilities & KEPlaneUnit) {
         ZEL_Math::forceSIMD(true);
         return;
     }
