@@ -1,6 +1,5 @@
 // Guarded division: a zero divisor gives a zero. The guard has three shapes, which differ on what kind of
 // zero.
-#include <cstring>
 #include <limits>
 
 #include "frame/lane_constants.h"
@@ -44,9 +43,7 @@ void ZEL_Math::safediv(double* d, const double* a, const double* b, Count num) {
     elements<DivideGuarded>(d, num, a, b);
 }
 void ZEL_Math::safediv(float* d, const float* a, float b, Count num) {
-    if (b != 0) return mul(d, a, 1.0f / b, num);
-    if (theSIMD) return setSIMD(d, 0.0f, num);
-    if (num > 0) std::memset(d, 0, static_cast<std::size_t>(num) * sizeof *d);
+    return b != 0 ? mul(d, a, 1.0f / b, num) : set(d, 0.0f, num);
 }
 void ZEL_Math::safediv(float* d, float a, const float* b, Count num) {
     return theSIMD ? safedivSIMD(d, a, b, num) : elements<DivideGuarded>(d, num, a, b);
