@@ -1,6 +1,6 @@
 // The members of addition, subtraction and multiplication.
-#include "arith/operations.h"
 #include "frame/lane_loop.h"
+#include "frame/operations.h"
 
 using namespace zel;
 

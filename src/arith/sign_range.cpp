@@ -20,7 +20,7 @@ struct Magnitude {
         return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) & 0x7FFFFFFFFFFFFFFF);
     }
     static __m128 lanes(__m128 x) {
-        x = loaded(x);
+        x = loadedOnce(x);
         return _mm_max_ps(_mm_sub_ps(_mm_setzero_ps(), x), x);
     }
 };

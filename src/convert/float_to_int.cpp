@@ -12,7 +12,7 @@ namespace {
 
 struct Cast {
     static int element(float x) { return truncate(x); }
-    static int edge(float x) { return truncateOne(x); }
+    static int single(float x) { return truncateOne(x); }
     static __m128i lanes(__m128 x) { return _mm_cvttps_epi32(x); }
 };
 
@@ -61,9 +61,9 @@ struct Split {
 
 void splitLanes(int* d, float* frac, const float* a, Count num) {
     if (!inPhase(d, frac, a)) return splitElements(d, frac, a, num);
-    walk<RoundDown>(
+    alignedRoute<RoundDown>(
         phase(d), num, [=](Count i) { Split::element(d[i], frac[i], a[i]); },
-        [=](Count i) { Split::lanes(d + i, frac + i, group(a, i)); });
+        [=](Count i) { Split::lanes(d + i, frac + i, load(a, i)); });
 }
 
 }  // namespace

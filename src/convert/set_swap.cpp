@@ -77,11 +77,11 @@ void ZEL_Math::swap(float* a, float* b, Count num) {
 void ZEL_Math::swap(double* a, double* b, Count num) { swapElements(a, b, num); }
 void ZEL_Math::swapSIMD(float* a, float* b, Count num) {
     if (!inPhase(a, b)) return swapElements(a, b, num);
-    walk(
+    alignedRoute(
         phase(a), num, [=](Count i) { exchange(a[i], b[i]); },
         [=](Count i) {
-            const __m128 held = group(a, i);
-            store(a + i, group(b, i));
+            const __m128 held = load(a, i);
+            store(a + i, load(b, i));
             store(b + i, held);
         });
 }

@@ -2,6 +2,7 @@
 #include <bit>
 #include <cstring>
 
+#include "convert/packing.h"
 #include "convert/truncate.h"
 #include "convert/unit_table.h"
 #include "frame/lane_constants.h"
@@ -34,7 +35,7 @@ struct MapToSample {
     static int element(float a, float scale, float limit, float offset) {
         return truncate(Map::element(a, scale, limit, offset));
     }
-    static int edge(float a, float scale, float limit, float offset) {
+    static int single(float a, float scale, float limit, float offset) {
         // minss may take a zero or a denormal for another, but all of them truncate to 0; a NaN is its second operand.
         const __m128 x = _mm_set_ss(scale * a + offset), below = _mm_min_ss(_mm_set_ss(limit), x);
         return truncateOne(_mm_cvtss_f32(_mm_and_ps(_mm_cmpnle_ss(x, _mm_setzero_ps()), below)));
@@ -44,73 +45,31 @@ struct MapToSample {
     }
 };
 
-// ---- Packing. The processor's packs saturate, so words out of their range lose their high bits first.
-
-/// Any words; their low bits.
-struct LowBits {
-    static __m128i halves(__m128i x, __m128i y) {
-        return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(x, 16), 16),
-                               _mm_srai_epi32(_mm_slli_epi32(y, 16), 16));
-    }
-    static __m128i bytes(__m128i x, __m128i y) {
-        const __m128i low = _mm_set1_epi32(0xFF);
-        return _mm_packs_epi32(_mm_and_si128(x, low), _mm_and_si128(y, low));
-    }
-};
-
-/// Words from 0 to 255 (bytes) or 65535 (halves), of which no bit is lost.
-struct InRange {
-    // The pack is a signed one: the words are moved to its middle and back.
-    static __m128i halves(__m128i x, __m128i y) {
-        const __m128i middle = _mm_set1_epi32(0x8000);
-        return _mm_xor_si128(_mm_packs_epi32(_mm_sub_epi32(x, middle), _mm_sub_epi32(y, middle)),
-                             _mm_set1_epi16(-0x8000));
-    }
-    static __m128i bytes(__m128i x, __m128i y) { return _mm_packs_epi32(x, y); }
-};
-
-template <class Pack>
-void storeFour(std::uint16_t* d, __m128i x) {
-    _mm_storeu_si64(d, Pack::halves(x, x));
-}
-template <class Pack>
-void storeFour(std::uint8_t* d, __m128i x) {
-    const __m128i words = Pack::bytes(x, x);
-    _mm_storeu_si32(d, _mm_packus_epi16(words, words));
-}
-template <class Pack>
-void storeSixteen(std::uint16_t* d, __m128i x, __m128i y, __m128i z, __m128i w) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), Pack::halves(x, y));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 8), Pack::halves(z, w));
-}
-template <class Pack>
-void storeSixteen(std::uint8_t* d, __m128i x, __m128i y, __m128i z, __m128i w) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm_packus_epi16(Pack::bytes(x, y), Pack::bytes(z, w)));
-}
-
-/// The lane groups from element i to end. sixteen: four groups may be stored at once.
+/// The lane groups from element i to end. fourAtOnce: four groups may go into one store.
 template <class Pack, class Sample, class Lanes>
-void sampleGroups(Sample* d, Count i, Count end, bool sixteen, Lanes lanes) {
-    for (; sixteen && i + 16 <= end; i += 16)
-        storeSixteen<Pack>(d + i, lanes(i), lanes(i + 4), lanes(i + 8), lanes(i + 12));
-    for (; i < end; i += 4) storeFour<Pack>(d + i, lanes(i));
+void packGroups(Sample* d, Count i, Count end, bool fourAtOnce, Lanes lanes) {
+    const auto sixteen = [=](Count k) {
+        storeSixteen<Pack>(d + k, lanes(k), lanes(k + 4), lanes(k + 8), lanes(k + 12));
+    };
+    const auto four = [=](Count k) { storeFour<Pack>(d + k, lanes(k)); };
+    fourAtOnce ? upward<16, 4>(i, end, sixteen, four) : upward<4, 4>(i, end, four, four);
 }
 
 /// float to samples of 8 or 16 bits. d is written in elements, so only a has a phase.
 template <class Sample>
 void wpointLanes(Sample* d, const float* a, float scale, float limit, float offset, Count num) {
-    const auto [lead, end] = edges(phase(a), num, [=](Count i) {
-        d[i] = static_cast<Sample>(MapToSample::edge(a[i], scale, limit, offset));
+    const auto [lead, end] = leadInAndTail(phase(a), num, [=](Count i) {
+        d[i] = static_cast<Sample>(MapToSample::single(a[i], scale, limit, offset));
     });
     const __m128 scales = spread(scale), limits = spread(limit), offsets = spread(offset);
-    const auto lanes = [=](Count i) { return MapToSample::lanes(group(a, i), scales, limits, offsets); };
-    // Four groups in one store only where that store can't reach what the step has yet to read.
+    const auto lanes = [=](Count i) { return MapToSample::lanes(load(a, i), scales, limits, offsets); };
+    // Only where that store can't reach what is yet to be read.
     const void* const aEnd = a + num;
-    const bool sixteen = static_cast<const void*>(d) <= a || static_cast<const void*>(d) >= aEnd;
+    const bool fourAtOnce = static_cast<const void*>(d) <= a || static_cast<const void*>(d) >= aEnd;
     if (limit < (sizeof(Sample) == 1 ? 256.0f : 65536.0f))
-        sampleGroups<InRange>(d, lead, end, sixteen, lanes);
+        packGroups<InRange>(d, lead, end, fourAtOnce, lanes);
     else
-        sampleGroups<LowBits>(d, lead, end, sixteen, lanes);
+        packGroups<LowBits>(d, lead, end, fourAtOnce, lanes);
 }
 void wpointLanes(float* d, const float* a, float scale, float limit, float offset, Count num) {
     lanes<Map>(d, num, a, scale, limit, offset);
@@ -135,9 +94,8 @@ void iwpointLoop(float* d, const Sample* a, float reciprocal, Sample black, Coun
 /// d[i] = theUnitTable[a[i]], upward.
 void unitElements(float* d, const std::uint8_t* a, Count num) {
     Count i = 0;
-    const void* const dEnd = d + num;
-    const void* const aEnd = a + num;
-    if (dEnd <= a || d >= aEnd)  // four samples in one load, unless a store could change those to come
+    if (apart(d, num * Count{sizeof *d}, a,
+              num))  // four samples in one load, unless a store could change those to come
         for (; i + 4 <= num; i += 4) {
             std::uint32_t samples;
             std::memcpy(&samples, a + i, sizeof samples);

@@ -19,64 +19,50 @@ inline double laneSum(__m128 x) {
 
 inline void prefetch(const float* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 
-/// How far ahead of the sums to run; any choice gives the same bits.
-enum class Flight {
-    oneBlock,       // a stream too long for any cache: two places in it starve the prefetcher
-    twoPrefetched,  // blocks side by side, the next two asked for in a straight line
-    twoBlocks,      // two independent chains of additions hide the latency of one
-};
-
-/// By the bytes that one call streams through; the bounds are measured.
-inline Flight flightFor(Count bytes) {
-    if (bytes <= Count{1536} << 10) return Flight::twoBlocks;
-    return bytes <= Count{20} << 20 ? Flight::twoPrefetched : Flight::oneBlock;
+/// total, plus the sums of `count` whole blocks from element `first` on, upward. The blocks are formed side by side,
+/// a lane group of each in turn: independent chains of additions hide the latency of one. term(i) gives the four
+/// float terms of the group at element i. Prefetching asks for the arrays of the blocks to come in a straight line,
+/// which a prefetcher that sees several places of an array at once doesn't.
+template <int count, bool prefetching, class Term, class... Array>
+double addBlocks(double total, Count first, Term term, Array... arrays) {
+    constexpr Count line =
+        16;  // floats of a cache line; by the time that one is asked for, as many are summed
+    __m128 sums[count] = {};
+    for (Count k = 0; k < blockElements; k += line / count) {
+        if constexpr (prefetching) (prefetch(arrays + first + count * (blockElements + k)), ...);
+        for (Count i = first + k; i < first + k + line / count; i += 4)
+            for (int b = 0; b < count; ++b) sums[b] = _mm_add_ps(sums[b], term(i + b * blockElements));
+    }
+    for (const __m128 sum : sums) total += laneSum(sum);
+    return total;
 }
 
-/// total, plus the sum of each block of lane groups from element `first` to `end`, upward. term(i) gives the
-/// four float terms of the group at element i; ahead(i) prefetches around there. With two blocks in flight
-/// the terms of the second are formed before the first is through.
-template <class Term, class Ahead>
-double blockedSum(double total, Count first, Count end, Flight flight, Term term, Ahead ahead) {
-    Count i = first;
-    if (flight != Flight::oneBlock) {
-        for (; i + 2 * blockElements <= end; i += 2 * blockElements) {
-            __m128 sum = _mm_setzero_ps(), next = _mm_setzero_ps();
-            if (flight == Flight::twoBlocks) {
-                for (Count k = i; k < i + blockElements; k += 4) {
-                    sum = _mm_add_ps(sum, term(k));
-                    next = _mm_add_ps(next, term(k + blockElements));
-                }
-            } else {
-                for (Count k = i; k < i + blockElements; k += 8) {
-                    ahead(i + 2 * blockElements + 2 * (k - i));
-                    sum = _mm_add_ps(sum, term(k));
-                    next = _mm_add_ps(next, term(k + blockElements));
-                    sum = _mm_add_ps(sum, term(k + 4));
-                    next = _mm_add_ps(next, term(k + 4 + blockElements));
-                }
-            }
-            total += laneSum(sum);
-            total += laneSum(next);
-        }
-    }
+/// A reduction over arrays of one phase: the lead-in's sum, the tail's sum, then the blocks' sums, added in this order
+/// and upward. sisd(i, n) is the SISD member over n elements from i on. sideBySide: no store of a term lies in the
+/// arrays within two blocks from it, but for its own group.
+template <class Sisd, class Term, class... Array>
+double reduce(Count num, bool sideBySide, Sisd sisd, Term term, const float* d, Array... others) {
+    const auto [lead, end] = LaneBounds(phase(d), num);
+    double total = 0;
+    if (lead > 0) total += sisd(0, lead);
+    total += sisd(end, num - end);
+
+    // Any number of blocks side by side gives the same bits. The bounds are measured: in arrays that no cache holds,
+    // two places to read from starve the prefetcher.
+    const Count bytes = num * Count{sizeof(float)} * Count{1 + sizeof...(others)};
+    const bool cached = bytes <= Count{1536} << 10, prefetched = bytes <= Count{20} << 20;
+    Count i = lead;
+    if (sideBySide && prefetched)
+        for (; end - i >= 2 * blockElements; i += 2 * blockElements)
+            total = cached ? addBlocks<2, false>(total, i, term)
+                           : addBlocks<2, true>(total, i, term, d, others...);
     while (i < end) {
-        const Count stop = i + blockElements < end ? i + blockElements : end;
+        const Count stop = end - i < blockElements ? end : i + blockElements;
         __m128 sum = _mm_setzero_ps();
         for (; i < stop; i += 4) sum = _mm_add_ps(sum, term(i));
         total += laneSum(sum);
     }
     return total;
-}
-
-/// A reduction over arrays of one phase: the lead-in's sum, the tail's sum, then the blocks, added in this
-/// order. stretch(i, n) is the SISD member over n elements from i on, upward.
-template <class Stretch, class Term, class Ahead>
-double reduce(int phase, Count num, Flight flight, Stretch stretch, Term term, Ahead ahead) {
-    double total = 0;
-    const auto [lead, end] = Groups(phase, num);
-    if (lead > 0) total += stretch(0, lead);
-    total += stretch(end, num - end);
-    return blockedSum(total, lead, end, flight, term, ahead);
 }
 
 }  // namespace zel

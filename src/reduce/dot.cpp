@@ -10,12 +10,8 @@ double ZEL_Math::dot(const float* a, const float* b, Count num) {
 double ZEL_Math::dotSIMD(const float* a, const float* b, Count num) {
     if (!inPhase(a, b)) return dotSISD(a, b, num);
     return reduce(
-        phase(a), num, flightFor(num * 8), [=](Count i, Count n) { return dotSISD(a + i, b + i, n); },
-        [=](Count i) { return _mm_mul_ps(group(a, i), group(b, i)); },
-        [=](Count i) {
-            prefetch(a + i);
-            prefetch(b + i);
-        });
+        num, true, [=](Count i, Count n) { return dotSISD(a + i, b + i, n); },
+        [=](Count i) { return _mm_mul_ps(load(a, i), load(b, i)); }, a, b);
 }
 
 double ZEL_Math::dotSISD(const float* a, const float* b, Count num) {

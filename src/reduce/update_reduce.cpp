@@ -6,13 +6,10 @@ using namespace zel;
 
 namespace {
 
-/// Blocks may run side by side only where no store of one can be a source of the other: the source is d
-/// itself, or at least two blocks away.
+/// Whether no store to d can reach what two blocks side by side read from a source: it is d itself, or two blocks away.
 bool blocksApart(const float* d, const float* source) {
-    const auto gap = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(d)) -
-                     static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(source));
-    constexpr std::intptr_t twoBlocks = 2 * blockElements * static_cast<std::intptr_t>(sizeof(float));
-    return gap == 0 || gap >= twoBlocks || gap <= -twoBlocks;
+    constexpr Count twoBlocks = 2 * blockElements * Count{sizeof(float)};
+    return d == source || apart(d, twoBlocks, source, twoBlocks);
 }
 
 }  // namespace
@@ -25,17 +22,13 @@ double ZEL_Math::maddAndNormSIMD(float* d, const float* a, float b, Count num) {
     if (!inPhase(d, a)) return maddAndNormSISD(d, a, b, num);
     const __m128 factor = spread(b);
     return reduce(
-        phase(d), num, blocksApart(d, a) ? flightFor(num * 8) : Flight::oneBlock,
-        [=](Count i, Count n) { return maddAndNormSISD(d + i, a + i, b, n); },
+        num, blocksApart(d, a), [=](Count i, Count n) { return maddAndNormSISD(d + i, a + i, b, n); },
         [=](Count i) {
-            const __m128 u = _mm_add_ps(_mm_mul_ps(factor, group(a, i)), group(d, i));
+            const __m128 u = _mm_add_ps(_mm_mul_ps(factor, load(a, i)), load(d, i));
             store(d + i, u);
             return _mm_mul_ps(u, u);
         },
-        [=](Count i) {
-            prefetch(d + i);
-            prefetch(a + i);
-        });
+        d, a);
 }
 
 double ZEL_Math::maddAndNormSISD(float* d, const float* a, double b, Count num) {
@@ -58,20 +51,16 @@ double ZEL_Math::mulAndDotDASIMD(float* d, const float* a, const float* b, Count
     if (!inPhase(d, a, b)) return mulAndDotDASISD(d, a, b, num);
     const bool inPlace = d == a;
     return reduce(
-        phase(d), num, blocksApart(d, a) && blocksApart(d, b) ? flightFor(num * 12) : Flight::oneBlock,
+        num, blocksApart(d, a) && blocksApart(d, b),
         [=](Count i, Count n) { return mulAndDotDASISD(d + i, a + i, b + i, n); },
         [=](Count i) {
-            const __m128 factor = group(a, i);
-            const __m128 product = _mm_mul_ps(group(b, i), factor);
+            const __m128 factor = load(a, i);
+            const __m128 product = _mm_mul_ps(load(b, i), factor);
             store(d + i, product);
             // a is meant as it stands after the store, which reaches this group of a only if d is a.
             return _mm_mul_ps(product, inPlace ? product : factor);
         },
-        [=](Count i) {
-            prefetch(d + i);
-            prefetch(a + i);
-            prefetch(b + i);
-        });
+        d, a, b);
 }
 
 double ZEL_Math::mulAndDotDASISD(float* d, const float* a, const float* b, Count num) {

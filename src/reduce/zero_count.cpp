@@ -8,22 +8,21 @@ int ZEL_Math::zerocount(const int* a, Count num) {
 }
 
 int ZEL_Math::zerocountSIMD(const int* a, Count num) {
-    const auto [lead, end] = Groups(phase(a), num);
+    const auto [lead, end] = LaneBounds(phase(a), num);
     const __m128i zero = _mm_setzero_si128();
-    const auto zeros = [=](Count i) { return _mm_cmpeq_epi32(group(a, i), zero); };
-    // A mask is -1 where the element is 0: the masks add up to the count, negated. Two sums run, and four masks are added
-    // first, so that no addition waits for the one before.
+    // A mask is -1 where the element is 0: the masks add up to the count, negated. Two sums run, and four masks are
+    // added first, so that no addition waits for the one before.
     __m128i sum = zero, other = zero;
-    const auto four = [=](Count i) {
-        return _mm_add_epi32(_mm_add_epi32(zeros(i), zeros(i + 4)),
-                             _mm_add_epi32(zeros(i + 8), zeros(i + 12)));
+    const auto masks = [=](Count i) { return _mm_cmpeq_epi32(load(a, i), zero); };
+    const auto fourMasks = [=](Count i) {
+        return _mm_add_epi32(_mm_add_epi32(masks(i), masks(i + 4)),
+                             _mm_add_epi32(masks(i + 8), masks(i + 12)));
     };
-    Count i = lead;
-    for (; i + 32 <= end; i += 32) {
-        sum = _mm_add_epi32(sum, four(i));
-        other = _mm_add_epi32(other, four(i + 16));
-    }
-    for (; i < end; i += 4) sum = _mm_add_epi32(sum, zeros(i));
+    const auto eightGroups = [&](Count i) {
+        sum = _mm_add_epi32(sum, fourMasks(i));
+        other = _mm_add_epi32(other, fourMasks(i + 16));
+    };
+    upward<32, 4>(lead, end, eightGroups, [&](Count i) { sum = _mm_add_epi32(sum, masks(i)); });
     alignas(16) unsigned lane[4];
     _mm_store_si128(reinterpret_cast<__m128i*>(lane), _mm_add_epi32(sum, other));
     return static_cast<int>(static_cast<unsigned>(zerocountSISD(a, lead)) +

@@ -61,7 +61,7 @@ struct Transform {
 void transformLanes(float* d, Count num, const std::uint32_t* mask, __m128 l0, __m128 l1, __m128 l2,
                     __m128 l3) {
     eachVector<4>(d, num, mask, [=](float* vector) {
-        const __m128 v = group(vector, 0);
+        const __m128 v = load(vector, 0);
         const __m128 x = _mm_shuffle_ps(v, v, 0x00), y = _mm_shuffle_ps(v, v, 0x55);
         const __m128 z = _mm_shuffle_ps(v, v, 0xAA), w = _mm_shuffle_ps(v, v, 0xFF);
         store(vector, _mm_add_ps(_mm_add_ps(_mm_mul_ps(w, l3), _mm_mul_ps(z, l2)),
