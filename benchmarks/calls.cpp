@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <vector>
 
-#include "ZEL_Math.h"
 #include "kernels.h"
 
 namespace {
@@ -46,10 +45,10 @@ Data makeSet() {
 
 }  // namespace
 
-void printCalls(const std::vector<bench::Kernel>& kernels) {
+void bench::printCalls() {
     std::vector<Data> data;
     for (int k = 0; k < sets; ++k) data.push_back(makeSet());
-    ZEL_Math::forceSIMD(true);
+    benchForceSIMD(true);
     std::printf("%-20s%s\n", "cycles a call", "   0    1    2    3    4    5    6    7    8 elements");
     const auto row = [&](const char* name, void (*run)(const Data&, Count)) {
         std::printf("%-20s", name);
@@ -67,5 +66,6 @@ void printCalls(const std::vector<bench::Kernel>& kernels) {
         std::puts("");
     };
     row("an empty function", [](const Data& q, Count n) { benchNothing(q.d, q.a, q.b, n); });
-    for (const bench::Kernel& k : kernels) row(k.name, k.run);
+    const Kernels rows = libraryKernels();
+    for (std::size_t k = 0; k < rows.size; ++k) row(rows.first[k].name, rows.first[k].run);
 }

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace bench {
 
@@ -49,6 +48,7 @@ inline void fill(const Data& q, Count n) {
 struct Kernel {
     const char* name;  // the same name is the same work, whoever does it
     void (*run)(const Data&, Count);
+    int bytes = 0;  // read and written for each element; the library's rows say it for all
 };
 struct Kernels {
     const Kernel* first;
@@ -74,16 +74,34 @@ inline void keep(const Data& q, double sum) { *q.z = sum; }
 
 }  // namespace bench
 
-/// Each peer is a library of its own, so that every call crosses a library boundary.
-#define BENCH_PEER(function) extern "C" __attribute__((visibility("default"))) bench::Kernels function()
-BENCH_PEER(plainKernels);
-BENCH_PEER(nativeKernels);
-BENCH_PEER(straightKernels);
-BENCH_PEER(eigenKernels);
-BENCH_PEER(volkKernels);
+// The library's rows and each peer's are a library of their own, so that every call crosses a library boundary.
+#pragma GCC visibility push(default)
+extern "C" {
+bench::Kernels libraryKernels();
+bench::Kernels plainKernels();
+bench::Kernels nativeKernels();
+bench::Kernels straightKernels();
+bench::Kernels eigenKernels();
+bench::Kernels volkKernels();
 
+/// Sets the flag of the libZEL that libraryKernels calls.
+void benchForceSIMD(bool on);
 /// Behind a library boundary, and empty.
-extern "C" void benchNothing(float*, const float*, const float*, bench::Count);
+void benchNothing(float*, const float*, const float*, bench::Count);
+}
+#pragma GCC visibility pop
+
+namespace bench {
+
+/// Arrays for up to `largest` elements, or for kernels that find their operands in phases apart.
+constexpr Count largest = Count{1} << 22;
+Data makeData(bool apart);
 
 /// Prints the cycles of calls on 0 to 8 elements.
-void printCalls(const std::vector<bench::Kernel>& kernels);
+void printCalls();
+
+/// Prints, row by row, the time of this build's libZEL over that of the library in another file, both called in turn.
+/// Of rows with `filter` in their name; 0 if all went well.
+int compareWith(const char* library, const char* filter);
+
+}  // namespace bench

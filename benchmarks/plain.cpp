@@ -8,51 +8,50 @@ namespace {
 
 using bench::Count;
 using bench::Data;
+using bench::Values;
 
 // Read once, as a caller's own local would be.
-const bench::Values theValues = bench::values();
+const Values theValues = bench::values();
 
-#define LOOP(name, ...)                                         \
-    {                                                           \
-        name, [](const Data& p, Count n) {                      \
-            [[maybe_unused]] const Data q = p;                  \
-            [[maybe_unused]] const bench::Values v = theValues; \
-            for (Count i = 0; i < n; ++i) {                     \
-                __VA_ARGS__;                                    \
-            }                                                   \
-        }                                                       \
-    }
+/// A loop over the elements; element(arrays, values, i) does the one at i.
+template <class Element>
+bench::Kernel loop(const char* name, Element) {
+    return {name, [](const Data& p, Count n) {
+                const Data q = p;
+                const Values v = theValues;
+                for (Count i = 0; i < n; ++i) Element()(q, v, i);
+            }};
+}
 
 const bench::Kernel kernels[] = {
-    LOOP("add", q.d[i] = q.a[i] + q.b[i]),
-    LOOP("add int", q.k[i] = q.i[i] + q.j[i]),
-    LOOP("add double", q.z[i] = q.x[i] + q.y[i]),
-    LOOP("mul value", q.d[i] = q.a[i] * v.third),
-    LOOP("div", q.d[i] = q.a[i] / q.b[i]),
-    LOOP("safediv", q.d[i] = q.a[i] / (q.b[i] != 0 ? q.b[i] : HUGE_VALF)),
-    LOOP("invert", q.d[i] = 1 / q.a[i]),
-    LOOP("sqrt", q.d[i] = std::sqrt(q.a[i])),
-    LOOP("isqrt", q.d[i] = 1 / std::sqrt(q.a[i])),
-    LOOP("abs", q.d[i] = std::fabs(q.a[i])),
-    LOOP("negate", q.d[i] = -q.a[i]),
-    LOOP("zelmin", q.d[i] = q.b[i] < q.a[i] ? q.b[i] : q.a[i]),
-    LOOP("clamp", q.d[i] = v.low >= q.a[i] ? v.low : v.high <= q.a[i] ? v.high : q.a[i]),
-    LOOP("madd", q.d[i] += q.a[i] * q.b[i]),
-    LOOP("scaleoffset values", q.d[i] = q.d[i] * v.third + v.low),
-    LOOP("lerp", q.d[i] = (q.b[i] - q.a[i]) * q.c[i] + q.a[i]),
-    LOOP("lt", q.k[i] = q.a[i] < q.b[i]),
-    LOOP("lt value", q.k[i] = q.a[i] < v.third),
-    LOOP("le int", q.k[i] = q.i[i] <= q.j[i]),
-    LOOP("lt double", q.k[i] = q.x[i] < q.y[i]),
-    LOOP("band", q.k[i] = q.i[i] & q.j[i]),
-    LOOP("set", q.d[i] = v.third),
-    LOOP("set masked", q.k[i] = q.mask[i] ? q.k[i] : q.i[i]),
-    LOOP("swap", const float held = q.a[i]; q.a[i] = q.b[i]; q.b[i] = held),
-    LOOP("cast", q.k[i] = static_cast<int>(q.a[i])),
-    LOOP("floor", q.k[i] = static_cast<int>(std::floor(q.a[i]))),
-    LOOP("wpoint 8", const float s = q.a[i] * v.white + 0.5f;
-         q.bytes[i] = static_cast<std::uint8_t>(s <= 0 ? 0 : s >= v.white ? v.white : s)),
-    LOOP("iwpoint 8", q.d[i] = static_cast<float>(q.bytes[i] - 1) * (1 / v.white)),
+    loop("add", [](auto& q, auto&, Count i) { q.d[i] = q.a[i] + q.b[i]; }),
+    loop("add int", [](auto& q, auto&, Count i) { q.k[i] = q.i[i] + q.j[i]; }),
+    loop("add double", [](auto& q, auto&, Count i) { q.z[i] = q.x[i] + q.y[i]; }),
+    loop("mul value", [](auto& q, auto& v, Count i) { q.d[i] = q.a[i] * v.third; }),
+    loop("div", [](auto& q, auto&, Count i) { q.d[i] = q.a[i] / q.b[i]; }),
+    loop("safediv", [](auto& q, auto&, Count i) { q.d[i] = q.a[i] / (q.b[i] != 0 ? q.b[i] : HUGE_VALF); }),
+    loop("invert", [](auto& q, auto&, Count i) { q.d[i] = 1 / q.a[i]; }),
+    loop("sqrt", [](auto& q, auto&, Count i) { q.d[i] = std::sqrt(q.a[i]); }),
+    loop("isqrt", [](auto& q, auto&, Count i) { q.d[i] = 1 / std::sqrt(q.a[i]); }),
+    loop("abs", [](auto& q, auto&, Count i) { q.d[i] = std::fabs(q.a[i]); }),
+    loop("negate", [](auto& q, auto&, Count i) { q.d[i] = -q.a[i]; }),
+    loop("zelmin", [](auto& q, auto&, Count i) { q.d[i] = q.b[i] < q.a[i] ? q.b[i] : q.a[i]; }),
+    loop("clamp", [](auto& q, auto& v, Count i) { q.d[i] = v.low >= q.a[i] ? v.low : v.high <= q.a[i] ? v.high : q.a[i]; }),
+    loop("madd", [](auto& q, auto&, Count i) { q.d[i] += q.a[i] * q.b[i]; }),
+    loop("scaleoffset values", [](auto& q, auto& v, Count i) { q.d[i] = q.d[i] * v.third + v.low; }),
+    loop("lerp", [](auto& q, auto&, Count i) { q.d[i] = (q.b[i] - q.a[i]) * q.c[i] + q.a[i]; }),
+    loop("lt", [](auto& q, auto&, Count i) { q.k[i] = q.a[i] < q.b[i]; }),
+    loop("lt value", [](auto& q, auto& v, Count i) { q.k[i] = q.a[i] < v.third; }),
+    loop("le int", [](auto& q, auto&, Count i) { q.k[i] = q.i[i] <= q.j[i]; }),
+    loop("lt double", [](auto& q, auto&, Count i) { q.k[i] = q.x[i] < q.y[i]; }),
+    loop("band", [](auto& q, auto&, Count i) { q.k[i] = q.i[i] & q.j[i]; }),
+    loop("set", [](auto& q, auto& v, Count i) { q.d[i] = v.third; }),
+    loop("set masked", [](auto& q, auto&, Count i) { q.k[i] = q.mask[i] ? q.k[i] : q.i[i]; }),
+    loop("swap", [](auto& q, auto&, Count i) { const float held = q.a[i]; q.a[i] = q.b[i]; q.b[i] = held; }),
+    loop("cast", [](auto& q, auto&, Count i) { q.k[i] = static_cast<int>(q.a[i]); }),
+    loop("floor", [](auto& q, auto&, Count i) { q.k[i] = static_cast<int>(std::floor(q.a[i])); }),
+    loop("wpoint 8", [](auto& q, auto& v, Count i) { const float s = q.a[i] * v.white + 0.5f; q.bytes[i] = static_cast<std::uint8_t>(s <= 0 ? 0 : s >= v.white ? v.white : s); }),
+    loop("iwpoint 8", [](auto& q, auto& v, Count i) { q.d[i] = static_cast<float>(q.bytes[i] - 1) * (1 / v.white); }),
     {"dot",
      [](const Data& q, Count n) {
          double s = 0;

@@ -56,56 +56,53 @@ void transform(float* v, const __m128* m) {
     store(v, _mm_add_ps(wz, yx));
 }
 
-// In a loop: i is the first element of a lane group; low, high, third, white the values of the rows in all lanes.
-#define LANES(name, ...)                                                                                  \
-    {                                                                                                     \
-        name, [](const Data& p, Count n) {                                                                \
-            [[maybe_unused]] const Data q = p;                                                            \
-            [[maybe_unused]] const __m128 low = _mm_set1_ps(theValues.low),                               \
-                                          high = _mm_set1_ps(theValues.high),                             \
-                                          third = _mm_set1_ps(theValues.third),                           \
-                                          white = _mm_set1_ps(theValues.white), half = _mm_set1_ps(0.5f), \
-                                          zero = _mm_setzero_ps(),                                        \
-                                          m[4] = {load(theValues.matrix[0]), load(theValues.matrix[1]),   \
-                                                  load(theValues.matrix[2]), load(theValues.matrix[3])};  \
-            [[maybe_unused]] const __m128i one = _mm_set1_epi32(1);                                       \
-            for (Count i = 0; i < n; i += 4) {                                                            \
-                __VA_ARGS__;                                                                              \
-            }                                                                                             \
-        }                                                                                                 \
-    }
+/// The values of the rows, each in all lanes.
+struct Lanes {
+    __m128 low = _mm_set1_ps(theValues.low), high = _mm_set1_ps(theValues.high);
+    __m128 third = _mm_set1_ps(theValues.third), white = _mm_set1_ps(theValues.white);
+    __m128 half = _mm_set1_ps(0.5f), zero = _mm_setzero_ps();
+    __m128i one = _mm_set1_epi32(1);
+    __m128 m[4] = {load(theValues.matrix[0]), load(theValues.matrix[1]), load(theValues.matrix[2]),
+                   load(theValues.matrix[3])};
+};
+
+/// A loop over the lane groups; group(arrays, values, i) does the one at element i.
+template <class Group>
+bench::Kernel loop(const char* name, Group) {
+    return {name, [](const Data& p, Count n) {
+                const Data q = p;
+                const Lanes v;
+                for (Count i = 0; i < n; i += 4) Group()(q, v, i);
+            }};
+}
 
 const bench::Kernel kernels[] = {
-    LANES("add", store(q.d + i, _mm_add_ps(load(q.a + i), load(q.b + i)))),
-    LANES("add int", store(q.k + i, _mm_add_epi32(load(q.i + i), load(q.j + i)))),
-    LANES("mul value", store(q.d + i, _mm_mul_ps(load(q.a + i), third))),
-    LANES("div", store(q.d + i, _mm_div_ps(load(q.a + i), load(q.b + i)))),
-    LANES("fdiv", store(q.d + i, _mm_mul_ps(load(q.a + i), _mm_rcp_ps(load(q.b + i))))),
-    LANES("invert", store(q.d + i, _mm_rcp_ps(load(q.a + i)))),
-    LANES("sqrt", store(q.d + i, _mm_sqrt_ps(load(q.a + i)))),
-    LANES("fsqrt", store(q.d + i, _mm_rcp_ps(_mm_rsqrt_ps(load(q.a + i))))),
-    LANES("isqrt", store(q.d + i, _mm_rsqrt_ps(load(q.a + i)))),
-    LANES("abs", const __m128 x = load(q.a + i); store(q.d + i, _mm_max_ps(_mm_sub_ps(zero, x), x))),
-    LANES("negate", store(q.d + i, _mm_sub_ps(zero, load(q.a + i)))),
-    LANES("zelmin", store(q.d + i, _mm_min_ps(load(q.a + i), load(q.b + i)))),
-    LANES("clamp", store(q.d + i, _mm_max_ps(low, _mm_min_ps(high, load(q.a + i))))),
-    LANES("madd", store(q.d + i, _mm_add_ps(load(q.d + i), _mm_mul_ps(load(q.a + i), load(q.b + i))))),
-    LANES("scaleoffset values", store(q.d + i, _mm_add_ps(_mm_mul_ps(load(q.d + i), third), low))),
-    LANES("lt", store(q.k + i, _mm_and_si128(bits(_mm_cmplt_ps(load(q.a + i), load(q.b + i))), one))),
-    LANES("lt value", store(q.k + i, _mm_and_si128(bits(_mm_cmplt_ps(load(q.a + i), third)), one))),
-    LANES("le int", store(q.k + i, _mm_andnot_si128(_mm_cmpgt_epi32(load(q.i + i), load(q.j + i)), one))),
-    LANES("fastlt value", store(q.k + i, bits(_mm_cmplt_ps(load(q.a + i), third)))),
-    LANES("band", store(q.k + i, _mm_and_si128(load(q.i + i), load(q.j + i)))),
-    LANES("set", store(q.d + i, third)),
-    LANES("set masked", const __m128i take = _mm_cmpeq_epi32(load(q.mask + i), _mm_setzero_si128());
-          store(q.k + i, _mm_or_si128(_mm_andnot_si128(take, load(q.k + i)), _mm_and_si128(take, load(q.i + i))))),
-    LANES("swap", const __m128 held = load(q.a + i); store(q.a + i, load(q.b + i)); store(q.b + i, held)),
-    LANES("cast", store(q.k + i, _mm_cvttps_epi32(load(q.a + i)))),
-    LANES("wpoint 8", const __m128i x = samples(q.a + i, white, half); const __m128i words = _mm_packs_epi32(x, x);
-          _mm_storeu_si32(q.bytes + i, _mm_packus_epi16(words, words))),
-    LANES("wpoint 16", const __m128i x = samples(q.a + i, _mm_set1_ps(65535), half);
-          const __m128i low16 = _mm_srai_epi32(_mm_slli_epi32(x, 16), 16);
-          _mm_storeu_si64(q.halves + i, _mm_packs_epi32(low16, low16))),
+    loop("add", [](auto& q, auto&, Count i) { store(q.d + i, _mm_add_ps(load(q.a + i), load(q.b + i))); }),
+    loop("add int", [](auto& q, auto&, Count i) { store(q.k + i, _mm_add_epi32(load(q.i + i), load(q.j + i))); }),
+    loop("mul value", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_mul_ps(load(q.a + i), v.third)); }),
+    loop("div", [](auto& q, auto&, Count i) { store(q.d + i, _mm_div_ps(load(q.a + i), load(q.b + i))); }),
+    loop("fdiv", [](auto& q, auto&, Count i) { store(q.d + i, _mm_mul_ps(load(q.a + i), _mm_rcp_ps(load(q.b + i)))); }),
+    loop("invert", [](auto& q, auto&, Count i) { store(q.d + i, _mm_rcp_ps(load(q.a + i))); }),
+    loop("sqrt", [](auto& q, auto&, Count i) { store(q.d + i, _mm_sqrt_ps(load(q.a + i))); }),
+    loop("fsqrt", [](auto& q, auto&, Count i) { store(q.d + i, _mm_rcp_ps(_mm_rsqrt_ps(load(q.a + i)))); }),
+    loop("isqrt", [](auto& q, auto&, Count i) { store(q.d + i, _mm_rsqrt_ps(load(q.a + i))); }),
+    loop("abs", [](auto& q, auto& v, Count i) { const __m128 x = load(q.a + i); store(q.d + i, _mm_max_ps(_mm_sub_ps(v.zero, x), x)); }),
+    loop("negate", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_sub_ps(v.zero, load(q.a + i))); }),
+    loop("zelmin", [](auto& q, auto&, Count i) { store(q.d + i, _mm_min_ps(load(q.a + i), load(q.b + i))); }),
+    loop("clamp", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_max_ps(v.low, _mm_min_ps(v.high, load(q.a + i)))); }),
+    loop("madd", [](auto& q, auto&, Count i) { store(q.d + i, _mm_add_ps(load(q.d + i), _mm_mul_ps(load(q.a + i), load(q.b + i)))); }),
+    loop("scaleoffset values", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_add_ps(_mm_mul_ps(load(q.d + i), v.third), v.low)); }),
+    loop("lt", [](auto& q, auto& v, Count i) { store(q.k + i, _mm_and_si128(bits(_mm_cmplt_ps(load(q.a + i), load(q.b + i))), v.one)); }),
+    loop("lt value", [](auto& q, auto& v, Count i) { store(q.k + i, _mm_and_si128(bits(_mm_cmplt_ps(load(q.a + i), v.third)), v.one)); }),
+    loop("le int", [](auto& q, auto& v, Count i) { store(q.k + i, _mm_andnot_si128(_mm_cmpgt_epi32(load(q.i + i), load(q.j + i)), v.one)); }),
+    loop("fastlt value", [](auto& q, auto& v, Count i) { store(q.k + i, bits(_mm_cmplt_ps(load(q.a + i), v.third))); }),
+    loop("band", [](auto& q, auto&, Count i) { store(q.k + i, _mm_and_si128(load(q.i + i), load(q.j + i))); }),
+    loop("set", [](auto& q, auto& v, Count i) { store(q.d + i, v.third); }),
+    loop("set masked", [](auto& q, auto&, Count i) { const __m128i take = _mm_cmpeq_epi32(load(q.mask + i), _mm_setzero_si128()); store(q.k + i, _mm_or_si128(_mm_andnot_si128(take, load(q.k + i)), _mm_and_si128(take, load(q.i + i)))); }),
+    loop("swap", [](auto& q, auto&, Count i) { const __m128 held = load(q.a + i); store(q.a + i, load(q.b + i)); store(q.b + i, held); }),
+    loop("cast", [](auto& q, auto&, Count i) { store(q.k + i, _mm_cvttps_epi32(load(q.a + i))); }),
+    loop("wpoint 8", [](auto& q, auto& v, Count i) { const __m128i x = samples(q.a + i, v.white, v.half); const __m128i words = _mm_packs_epi32(x, x); _mm_storeu_si32(q.bytes + i, _mm_packus_epi16(words, words)); }),
+    loop("wpoint 16", [](auto& q, auto& v, Count i) { const __m128i x = samples(q.a + i, _mm_set1_ps(65535), v.half); const __m128i low16 = _mm_srai_epi32(_mm_slli_epi32(x, 16), 16); _mm_storeu_si64(q.halves + i, _mm_packs_epi32(low16, low16)); }),
     {"dot",
      [](const Data& q, Count n) {
          blockedSum(q, n, [=](Count i) { return _mm_mul_ps(load(q.a + i), load(q.b + i)); });
@@ -133,14 +130,13 @@ const bench::Kernel kernels[] = {
              count = _mm_sub_epi32(count, _mm_cmpeq_epi32(load(q.i + i), _mm_setzero_si128()));
          bench::keep(q, laneSum(_mm_cvtepi32_ps(count)));
      }},
-    LANES("mulRowVec44", transform(q.d + i, m)),
-    LANES("mulRowVec44 masked", if (q.mask[i / 4] == 0) transform(q.d + i, m)),
-    LANES("vadd4u4", store(q.d + i, _mm_add_ps(load(q.d + i), m[0]))),
+    loop("mulRowVec44", [](auto& q, auto& v, Count i) { transform(q.d + i, v.m); }),
+    loop("mulRowVec44 masked", [](auto& q, auto& v, Count i) { if (q.mask[i / 4] == 0) transform(q.d + i, v.m); }),
+    loop("vadd4u4", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_add_ps(load(q.d + i), v.m[0])); }),
 };
 
 }  // namespace
 
 bench::Kernels straightKernels() { return {kernels, std::size(kernels)}; }
 
-extern "C" __attribute__((visibility("default"))) void benchNothing(float*, const float*, const float*,
-                                                                    Count) {}
+void benchNothing(float*, const float*, const float*, Count) {}
