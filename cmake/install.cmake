@@ -3,10 +3,11 @@ include(CMakePackageConfigHelpers)
 
 install(FILES include/ZEL_Math.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
 install(TARGETS ZEL EXPORT ZEL
+    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development)
 # The sibling is found at load, beside libZEL; nobody links to it by name, so it has no header and no link name.
 # The export tells a consumer's link step where it is.
-install(TARGETS KEP EXPORT ZEL
+install(TARGETS ZEL-KEP EXPORT ZEL
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_SKIP)
 foreach(level IN LISTS zelWideLevels)
     install(TARGETS ZEL-${level}
@@ -37,3 +38,9 @@ if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
 endif()
 configure_file(cmake/zel.pc.in "${PROJECT_BINARY_DIR}/zel.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/zel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+
+# The loader knows the libraries of a system prefix from its cache alone. A package has a trigger for it.
+install(CODE "
+    if(\"\$ENV{DESTDIR}\" STREQUAL \"\" AND CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?/?\$\")
+        message(\"Now run 'ldconfig' (as root), so that programs find libZEL.\")
+    endif()" COMPONENT development)

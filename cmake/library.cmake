@@ -1,8 +1,15 @@
 # libKEP, libZEL, and the copies of libZEL for wide machines.
 
-add_library(KEP SHARED kep/kep.cpp)
-set_target_properties(KEP PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-target_include_directories(KEP PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kep>")
+set(zelWarnings -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast)
+
+add_library(ZEL-KEP SHARED kep/kep.cpp)
+set_target_properties(ZEL-KEP PROPERTIES
+    OUTPUT_NAME KEP
+    EXPORT_NAME KEP
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR})
+target_compile_options(ZEL-KEP PRIVATE ${zelWarnings})
+target_include_directories(ZEL-KEP PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kep>")
 
 set(zelSources
     src/frame/load.cpp
@@ -27,11 +34,11 @@ set(zelSources
 function(zel_library target)
     add_library(${target} SHARED ${zelSources})
     target_include_directories(${target}
-        PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>"
+        PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
         PRIVATE src)
     # Nothing throws, and the library needs nothing of the C++ runtime.
-    target_compile_options(${target} PRIVATE -fno-exceptions)
-    target_link_libraries(${target} PRIVATE KEP)
+    target_compile_options(${target} PRIVATE -fno-exceptions ${zelWarnings})
+    target_link_libraries(${target} PRIVATE ZEL-KEP)
     target_link_options(${target} PRIVATE
         "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map"
         # The flag itself stays preemptible; only calls between members are bound at link time.

@@ -2,6 +2,17 @@
 // A kernel is a formula: a struct with `element` for one element and `lanes` for a lane group of four.
 #pragma once
 
+#include <cfloat>
+
+// The build's flags rule these out (cmake/flags.cmake). Where another build's don't, it stops here.
+#if defined(__FAST_MATH__) || defined(__ASSOCIATIVE_MATH__) || defined(__RECIPROCAL_MATH__) || \
+    defined(__NO_SIGNED_ZEROS__) || (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__)
+#    error "libZEL promises exact bits, which -ffast-math and its parts would change: build it without them."
+#endif
+#if FLT_EVAL_METHOD != 0
+#    error "libZEL's float arithmetic is rounded to float after each operation: build it with -mfpmath=sse."
+#endif
+
 #include "ZEL_Math.h"
 #include "frame/operands.h"
 
@@ -20,18 +31,19 @@ namespace zel {
 template <class Formula, class D, class... X>
 [[gnu::noinline]] void elements(D* d, Count num, X... x) {
     ZEL_UNROLL_ELEMENTS
-    for (Count i = 0; i < num; ++i) d[i] = Formula::element(at(x, i)...);
+    for (Count i = 0; i < num; ++i) d[i] = static_cast<D>(Formula::element(at(x, i)...));
 }
 
-/// From i to end: many(i) for each `manySize` elements at once, then one(i) for each `oneSize` of the rest, upward.
+/// From i to end: many(i) for each `manySize` elements at once, then one(i) for each `oneSize` of
+/// the rest, upward.
 template <Count manySize, Count oneSize, class Many, class One>
 inline void upward(Count i, Count end, Many many, One one) {
     for (; end - i >= manySize; i += manySize) many(i);
     for (; i < end; i += oneSize) one(i);
 }
 
-/// one(i) for each `size` elements from i to end, four a turn, since one a turn would be bound by the turns. Each is
-/// done before the next one begins, so that the order under overlap stays.
+/// one(i) for each `size` elements from i to end, four a turn, since one a turn would be bound by the turns.
+/// Each is done before the next one begins, so that the order under overlap stays.
 template <Count size, class One>
 inline void upwardByFours(Count i, Count end, One one) {
     const auto four = [=](Count k) {
@@ -43,8 +55,8 @@ inline void upwardByFours(Count i, Count end, One one) {
     upward<4 * size, size>(i, end, four, one);
 }
 
-/// Where the lane groups of an aligned route lie: from element `lead` to `end`. Before them the lead-in, behind them
-/// the tail.
+/// Where the lane groups of an aligned route lie: from element `lead` to `end`. Before them the lead-in,
+/// behind them the tail.
 struct LaneBounds {
     Count lead, end;
     LaneBounds(int phase, Count num)
@@ -70,8 +82,8 @@ inline LaneBounds leadInAndTail(int phase, Count num, Element element) {
 /// For a lane loop that needs nothing around it.
 struct NoScope {};
 
-/// The aligned route: lead-in and tail, then the lane groups upward while a Scope lives; laneGroup(i) does the one at
-/// element i. The tail goes before the groups: a group's store may land on the tail's sources.
+/// The aligned route: lead-in and tail, then the lane groups upward while a Scope lives; laneGroup(i) does
+/// the one at element i. The tail goes before the groups: a group's store may land on the tail's sources.
 template <class Scope = NoScope, class Element, class LaneGroup>
 inline void alignedRoute(int phase, Count num, Element element, LaneGroup laneGroup) {
     const auto [lead, end] = leadInAndTail(phase, num, element);
@@ -79,8 +91,8 @@ inline void alignedRoute(int phase, Count num, Element element, LaneGroup laneGr
     upwardByFours<4>(lead, end, laneGroup);
 }
 
-/// One element of a lead-in or tail. A formula whose `element` is roundabout so that a loop of it vectorises has the
-/// same bits the short way in `single`.
+/// One element of a lead-in or tail. A formula whose `element` is roundabout so that a loop of it vectorises
+/// has the same bits the short way in `single`.
 template <class Formula, class... X>
 auto single(X... x) {
     if constexpr (requires { Formula::single(x...); })
@@ -89,7 +101,8 @@ auto single(X... x) {
         return Formula::element(x...);
 }
 
-/// A SIMD member: the aligned route if all arrays have the phase of d, else the fallback route, an element loop.
+/// A SIMD member: the aligned route if all arrays have the phase of d, else the fallback route,
+/// an element loop.
 template <class Formula, class Scope = NoScope, class D, class... X>
 inline void lanes(D* d, Count num, X... x) {
     if (!inPhase(d, x...)) return elements<Formula>(d, num, x...);
