@@ -97,6 +97,25 @@ void makeFinite(Image& image, std::vector<std::string>& notes) {
                         " samples were not a number or beyond 1e30; NaN is taken as 0.");
 }
 
+/// While it lives, nothing reaches standard error: some versions of OpenEXR write there what they also throw.
+class Silence {
+public:
+    Silence() : before(dup(STDERR_FILENO)) {
+        const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        dup2(nowhere, STDERR_FILENO);
+        close(nowhere);
+    }
+    ~Silence() {
+        dup2(before, STDERR_FILENO);
+        close(before);
+    }
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+private:
+    int before;
+};
+
 Image readChannels(const std::string& path, std::vector<std::string>& notes) {
     Imf::InputFile file(path.c_str());
     const Imath::Box2i data = file.header().dataWindow(), display = file.header().displayWindow();
@@ -136,8 +155,8 @@ void onPngError(png_structp png, png_const_charp text) {
 }
 void onPngWarning(png_structp, png_const_charp) {}
 
-/// libpng leaves by longjmp, so nothing in here may need a destructor. Failing, it leaves a reason in
-/// `reason`.
+/// libpng leaves by longjmp, so nothing in here may need a destructor. Failing, it leaves a
+/// reason in `reason`.
 bool encode(std::FILE* file, png_uint_32 width, png_uint_32 height, int bits, const std::uint8_t* bytes,
             char (&reason)[128]) {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, reason, onPngError, onPngWarning);
@@ -167,11 +186,13 @@ Image readExr(const std::string& path, std::vector<std::string>& notes) {
     if (kind != fs::file_type::regular) fail(path, "isn't a file that can be read");
     if (access(path.c_str(), R_OK) != 0) fail(path, std::strerror(errno));
     try {
+        const Silence silence;
         return readChannels(path, notes);
     } catch (const std::bad_alloc&) {
         fail(path, "doesn't fit into memory");
     } catch (const std::exception& e) {
-        fail(path, std::string("can't be read as an OpenEXR image: ") + e.what());
+        const std::string reason = e.what();
+        fail(path, "can't be read as an OpenEXR image: " + reason.substr(0, reason.find('\n')));
     }
 }
 

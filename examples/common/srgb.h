@@ -3,8 +3,8 @@
 
 #include "ZEL_Math.h"
 
-/// x, from 0 to 1, becomes 12.92 x up to 0.0031308, and above it a sum of roots, at most 0.0016 off. The other
-/// arrays are scratch; all hold `num`.
+/// x, from 0 to 1, becomes 12.92 x up to 0.0031308, and above it a sum of roots, at most 0.0016 off. The
+/// other arrays are scratch; all hold `num`.
 inline void toSrgb(float* x, float* root, float* line, int* kept, std::int64_t num) {
     ZEL_Math::mul(line, x, 12.92f, num);
     ZEL_Math::ge(kept, x, 0.0031308f, num);
