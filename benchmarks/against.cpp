@@ -1,5 +1,5 @@
-// One build of the library against another, both in this process. Two files of the same name in the loader's eyes would
-// be one library, so each has a name space of its own, with its own copy of the rows that call it.
+// One build of the library against another, both in this process. Two files of the same name in the loader's
+// eyes would be one library, so each has a name space of its own, with its own copy of the rows that call it.
 #include <dlfcn.h>
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// What short calls cost, in cycles of the core. The time stamp counter ticks at a rate of its own, so a chain of additions,
-// a cycle each, is timed beside every figure.
+// What short calls cost, in cycles of the core. The time stamp counter ticks at a rate of its own, so a chain
+// of additions, a cycle each, is timed beside every figure.
 #include <x86intrin.h>
 
 #include <algorithm>

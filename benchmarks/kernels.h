@@ -1,4 +1,5 @@
-// What is measured: calls over one set of arrays, from the library and from what a user would write or pick instead.
+// What is measured: calls over one set of arrays, from the library and from what a user would write
+// or pick instead.
 #pragma once
 
 #include <cstddef>
@@ -55,8 +56,8 @@ struct Kernels {
     std::size_t size;
 };
 
-/// The numbers that value operands stand for. The matrix keeps the mean of a vector, so that no stream decays to
-/// denormals, which would be measured instead.
+/// The numbers that value operands stand for. The matrix keeps the mean of a vector, so that no stream decays
+/// to denormals, which would be measured instead.
 struct Values {
     float third = 1.0f / 3, low = 0.25f, high = 0.75f, white = 255;
     alignas(16) float matrix[4][4] = {
@@ -74,7 +75,8 @@ inline void keep(const Data& q, double sum) { *q.z = sum; }
 
 }  // namespace bench
 
-// The library's rows and each peer's are a library of their own, so that every call crosses a library boundary.
+// The library's rows and each peer's are a library of their own, so that every call crosses
+// a library boundary.
 #pragma GCC visibility push(default)
 extern "C" {
 bench::Kernels libraryKernels();
@@ -100,8 +102,8 @@ Data makeData(bool apart);
 /// Prints the cycles of calls on 0 to 8 elements.
 void printCalls();
 
-/// Prints, row by row, the time of this build's libZEL over that of the library in another file, both called in turn.
-/// Of rows with `filter` in their name; 0 if all went well.
+/// Prints, row by row, the time of this build's libZEL over that of the library in another file, both called
+/// in turn. Of rows with `filter` in their name; 0 if all went well.
 int compareWith(const char* library, const char* filter);
 
 }  // namespace bench

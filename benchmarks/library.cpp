@@ -1,4 +1,5 @@
-// The library's members, one row each, in a library of its own: it calls whichever libZEL is loaded beside it.
+// The library's members, one row each, in a library of its own: it calls whichever libZEL is
+// loaded beside it.
 #include <iterator>
 
 #include "ZEL_Math.h"

@@ -1,5 +1,6 @@
-// Every family at a few sizes, with the flag set, clear, and phases apart, beside the peers that are installed.
-// Names read kernel/who/elements: "set", "clear" and "apart" are the library, everything else is a peer.
+// Every family at a few sizes, with the flag set, clear, and phases apart, beside the peers that are
+// installed. Names read kernel/who/elements: "set", "clear" and "apart" are the library, everything else
+// is a peer.
 #include <benchmark/benchmark.h>
 #include <sys/mman.h>
 
@@ -60,7 +61,8 @@ void enroll(const bench::Kernel& row, const char* who, void (*run)(const Data&, 
 
 }  // namespace
 
-// Each array at its own distance from a page, so that they don't fight for the same cache lines; apart, at its own phase.
+// Each array at its own distance from a page, so that they don't fight for the same cache lines; apart, at
+// its own phase.
 Data bench::makeData(bool apart) {
     constexpr std::size_t stride = largest * sizeof(double) + 65536;
     static auto* const memory = static_cast<char*>(mmap(nullptr, 13 * stride, PROT_READ | PROT_WRITE,

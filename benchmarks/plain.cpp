@@ -1,4 +1,5 @@
-// Plain loops, as a user would write them in place of a call. Built for baseline x86-64 and for the machine at hand.
+// Plain loops, as a user would write them in place of a call. Built for baseline x86-64 and for the
+// machine at hand.
 #include <cmath>
 #include <iterator>
 

@@ -1,5 +1,5 @@
-// Lane kernels as one would first write them with intrinsics: one lane group per step, no lead-in and no tail. They tell
-// what the library's lane loops gain. Arrays on 16-byte boundaries, counts in fours.
+// Lane kernels as one would first write them with intrinsics: one lane group per step, no lead-in and no
+// tail. They tell what the library's lane loops gain. Arrays on 16-byte boundaries, counts in fours.
 #include <emmintrin.h>
 
 #include <algorithm>

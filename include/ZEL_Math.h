@@ -26,23 +26,22 @@
 /// **Phases and routes.** The phase of an address is the number of 4-byte elements, 0 to 3, from there to the
 /// next 16-byte boundary. A SIMD member compares the phases of its arrays (values take no part):
 ///  - All equal, the aligned route: first the lead-in, the first min(phase, num) elements, upward, by the
-///  element
-///    formula; then the tail, the 0 to 3 elements behind the last lane group, from the last one downward, by
-///    the element formula; then the lane groups, four elements on a 16-byte boundary each, upward, by the
-///    lane formula: all four read, computed, written.
+///    element formula; then the tail, the 0 to 3 elements behind the last lane group, from the last one
+///    downward, by the element formula; then the lane groups, four elements on a 16-byte boundary each, upward,
+///    by the lane formula: all four read, computed, written.
 ///  - Not all equal, the fallback route: an element loop over everything.
 ///
 /// So which formula an element meets depends on addresses and num, never on its value. Where the two forms
 /// part, the same data at another address can give other bits; with the flag clear it can't.
 ///
-/// **Overlap.** `d` may be the same array as any source of the same element size, except where a block says
-/// otherwise: the result is that of separate arrays. Any other overlap gives exactly what the order of work
-/// above gives.
+/// **Overlap.** `d` may be the same array as any source of the same element size, except where a block
+/// says otherwise: the result is that of separate arrays. Any other overlap gives exactly what the order
+/// of work above gives.
 ///
 /// **Arithmetic** follows IEEE 754 in the element type, under the calling thread's rounding and denormal
-/// modes. A product is rounded before it is added; nothing is fused. A NaN operand of arithmetic gives that NaN, quieted.
-/// Infinity minus infinity and 0 times infinity give the processor's default NaN, bits 0xFFC00000. Where two
-/// NaNs meet in one addition or multiplication, which of them comes out is not fixed.
+/// modes. A product is rounded before it is added; nothing is fused. A NaN operand of arithmetic gives that
+/// NaN, quieted. Infinity minus infinity and 0 times infinity give the processor's default NaN, bits
+/// 0xFFC00000. Where two NaNs meet in one addition or multiplication, which of them comes out is not fixed.
 ///
 /// **Threads.** Any thread may call any member at any time, as long as no two write the same array at once.
 class __attribute__((visibility("default"))) ZEL_Math {
@@ -113,9 +112,9 @@ public:
     ///
     /// The estimate is off by at most 1.5 * 2^-12 of the reciprocal (the definition of rcpps); its bits are
     /// the processor's. It takes a denormal divisor as a zero of its sign, and gives a zero where the
-    /// reciprocal would be denormal. A divisor value of magnitude 2^-128 or less has an infinite reciprocal.
-    /// No divisor is looked at: x / 0 is an infinity, 0 / 0 a NaN. With the flag clear `fdiv` gives the bits
-    /// of `div`.
+    /// reciprocal would be denormal. A divisor value of magnitude 2^-128 or less has an infinite
+    /// reciprocal. No divisor is looked at: x / 0 is an infinity, 0 / 0 a NaN. With the flag clear `fdiv`
+    /// gives the bits of `div`.
     /// @{
     static void div(float* d, const float* a, const float* b, std::int64_t num);
     static void div(double* d, const double* a, const double* b, std::int64_t num);
@@ -201,8 +200,8 @@ public:
     /// @}
 
     /// @name Sign and range
-    /// Magnitude, opposite, the lesser, the greater, and the range lo to hi. A comparison with a NaN is
-    /// false.
+    /// Magnitude, opposite, the lesser, the greater, and the range lo to hi. A comparison with a
+    /// NaN is false.
     ///
     /// | member   | element                                 | lane                                  |
     /// |----------|-----------------------------------------|---------------------------------------|
@@ -217,10 +216,10 @@ public:
     /// sign is flipped by element and kept by lane. In `zelmin` and `zelmax`, a NaN on one side gives a by
     /// element (a NaN in a survives) and b by lane; so do zeros of two signs. In `clamp`, a NaN in a comes
     /// through and a NaN bound is no bound; an a equal to a bound gives the bound by element and a by lane,
-    /// which shows on zeros; with lo > hi the element form gives lo up to lo and hi above, the lane form
-    /// lo for every number. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets. (In the
-    /// denormals-are-zero mode minps and maxps give zeros for denormals: lane forms do, `zelmin` and `zelmax`
-    /// element forms may.)
+    /// which shows on zeros; with lo > hi the element form gives lo up to lo and hi above, the lane form lo
+    /// for every number. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets. (In
+    /// the denormals-are-zero mode minps and maxps give zeros for denormals: lane forms do, `zelmin` and
+    /// `zelmax` element forms may.)
     /// @{
     static void abs(float* d, const float* a, std::int64_t num);
     static void abs(double* d, const double* a, std::int64_t num);
@@ -292,8 +291,8 @@ public:
     /// same words on every route.
     ///
     /// `float` and `double` compare by IEEE 754: a NaN is unordered, so `ne` gives 1 and the others 0; +0
-    /// equals -0. `lt`, `le`, `gt` and `ge` raise the invalid flag on any `float` or `double` NaN, `eq` and `ne` on signalling
-    /// ones only. d may be a or b of `float` and `int`.
+    /// equals -0. `lt`, `le`, `gt` and `ge` raise the invalid flag on any `float` or `double` NaN, `eq` and
+    /// `ne` on signalling ones only. d may be a or b of `float` and `int`.
     /// @{
     static void lt(int* d, const float* a, const float* b, std::int64_t num);
     static void lt(int* d, const double* a, const double* b, std::int64_t num);
@@ -456,10 +455,11 @@ public:
     /// `set` without a mask fills d. With one, d[i] = value or a[i] where mask[i] is 0, and keeps its bits
     /// where mask[i] is anything else. `swap` exchanges a[i] and b[i].
     ///
-    /// Everything moves as bits, signalling NaNs and -0 too, the same on every route. A kept element is still
-    /// written back, and a is read at every element, whatever the mask; mask must not be null. The mask is an
-    /// array like any other in the phase test. The `float` forms with a mask go on in the `int` members; the
-    /// fill on `int` has no lanes. With a and b of `swap` overlapping, pairs are exchanged in the order of work.
+    /// Everything moves as bits, signalling NaNs and -0 too, the same on every route. A kept element is
+    /// still written back, and a is read at every element, whatever the mask; mask must not be null. The
+    /// mask is an array like any other in the phase test. The `float` forms with a mask go on in the `int`
+    /// members; the fill on `int` has no lanes. With a and b of `swap` overlapping, pairs are exchanged in
+    /// the order of work.
     /// @{
     static void set(float* d, float value, std::int64_t num);
     static void set(int* d, int value, std::int64_t num);
@@ -596,8 +596,8 @@ public:
     /// @}
 
     /// @name Zero count
-    /// How many a[i] are 0, modulo 2 to the 32nd; the same count from all three. The word of the `float` -0
-    /// isn't 0.
+    /// How many a[i] are 0, modulo 2 to the 32nd; the same count from all three. The word of the `float`
+    /// -0 isn't 0.
     /// @{
     static int zerocount(const int* a, std::int64_t num);
     static int zerocountSIMD(const int* a, std::int64_t num);

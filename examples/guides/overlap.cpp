@@ -22,7 +22,8 @@ int main() {
             ZEL_Math::mul(a.data(), a.data(), a.data(), n);  // all three the same array
             expect("in place", a, {1, 4, 9, 16, 25, 36, 49});
 
-            // Differences to the right neighbour, in place: an upward loop reads each element before it is written.
+            // Differences to the right neighbour, in place: an upward loop reads each element before
+            // it is written.
             ZEL_Math::sub(a.data(), a.data() + 1, a.data(), n - 1);
             expect("differences", a, {3, 5, 7, 9, 11, 13, 49});
         }
@@ -41,7 +42,8 @@ int main() {
             expect("four apart", a, {1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 4, 4});
         }
         {
-            // ... but a tail goes before the groups: the last element reads a 1 that an upward loop has made a 3.
+            // ... but a tail goes before the groups: the last element reads a 1 that an upward loop has
+            // made a 3.
             std::vector<float> a(13, 1.0f);
             ZEL_Math::add(a.data() + 4, a.data() + 4, a.data(), 9);
             expect("with a tail", a, {1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, flag ? 2.0f : 4.0f});

@@ -11,8 +11,8 @@ int phase(const void* p) {
     return static_cast<int>(-(reinterpret_cast<std::uintptr_t>(p) / 4) & 3);  // elements to the next boundary
 }
 
-/// Lower-case letters for elements, an upper-case letter for each of a lane group: asked of fastlt, which writes
-/// 1 for true by element and -1 by lane.
+/// Lower-case letters for elements, an upper-case letter for each of a lane group: asked of fastlt, which
+/// writes 1 for true by element and -1 by lane.
 std::string forms(const float* a, const float* b, std::int64_t num) {
     std::vector<int> room(num + 3);
     int* d = room.data() + (4 + phase(room.data()) - phase(a)) % 4;  // the phase of a

@@ -1,5 +1,6 @@
-// Every step runs three times per strip and flag and the fastest counts; both flags get the same input.
-// Another copy of each strip goes all the way with the flag clear, to tell what the flag does to a whole picture.
+// Every step runs three times per strip and flag and the fastest counts; both flags get the same
+// input. Another copy of each strip goes all the way with the flag clear, to tell what the flag does
+// to a whole picture.
 #include "render.h"
 
 #include <algorithm>

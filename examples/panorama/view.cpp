@@ -57,8 +57,9 @@ void squareLength(const Scene&, Strip& s) {
 
 void inverseRoot(const Scene&, Strip& s) { ZEL_Math::isqrt(s.shrink.data(), s.length.data(), s.count); }
 
-// With the flag set, isqrt is an estimate of 12 bits, and near a pole the arc sine would make degrees of its error.
-// So one step of Newton's method follows: r (1.5 - 0.5 l r r). It leaves an exact root nearly as it is.
+// With the flag set, isqrt is an estimate of 12 bits, and near a pole the arc sine would make degrees of
+// its error. So one step of Newton's method follows: r (1.5 - 0.5 l r r). It leaves an exact root nearly
+// as it is.
 void refine(const Scene&, Strip& s) {
     float* t = s.scratch.data();
     ZEL_Math::mul(t, s.length.data(), s.shrink.data(), s.count);
@@ -89,8 +90,9 @@ void texels(const Scene& scene, Strip& s) {
     ZEL_Math::splitFloat(s.row.data(), s.down.data(), s.count);
 }
 
-// Of a whole negative number splitFloat makes itself and a fraction of 0, or the number below and a fraction of 1:
-// either way the two texels around the place, each with its right weight. Over a pole it goes on half a turn away.
+// Of a whole negative number splitFloat makes itself and a fraction of 0, or the number below and a fraction
+// of 1: either way the two texels around the place, each with its right weight. Over a pole it goes on half
+// a turn away.
 void lookUp(const Scene& scene, Strip& s) {
     const Image& panorama = scene.panorama;
     const auto place = [&](std::int64_t column, std::int64_t row) {

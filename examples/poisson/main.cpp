@@ -1,4 +1,5 @@
-// Fills a rectangle of a photograph from its surroundings, by a Poisson equation solved on the library's kernels.
+// Fills a rectangle of a photograph from its surroundings, by a Poisson equation solved on
+// the library's kernels.
 #include <unistd.h>
 
 #include <optional>

@@ -18,10 +18,11 @@ struct Kernel {
     double bytes = 0, seconds = 0;
 };
 
-/// One equation for each pixel: diagonal * v + east * (v to the right) + south * (v below), and the same from the
-/// left and from above, where the weights, negative ones, stand at the neighbour. The rectangle is cut into four
-/// bands of rows, and a lane group holds one pixel of each: all neighbours lie whole lane groups away, and all calls
-/// take the lanes. Where two bands meet, a row more at either end of an array holds copies of the neighbours.
+/// One equation for each pixel: diagonal * v + east * (v to the right) + south * (v below), and the same from
+/// the left and from above, where the weights, negative ones, stand at the neighbour. The rectangle is cut
+/// into four bands of rows, and a lane group holds one pixel of each: all neighbours lie whole lane groups
+/// away, and all calls take the lanes. Where two bands meet, a row more at either end of an array holds
+/// copies of the neighbours.
 struct System {
     std::int64_t row, band, count;
     Floats diagonal, east, south;
@@ -38,8 +39,8 @@ struct System {
     std::int64_t at(std::int64_t x, std::int64_t y) const { return (y % band + 1) * row + 4 * x + y / band; }
     float* inner(Floats& a) const { return a.data() + row; }
 
-    /// Solves for one of the right sides, to which the residual is relative. One within the tolerance is computed
-    /// again from the equations before it is believed. `watch` is called once an iteration.
+    /// Solves for one of the right sides, to which the residual is relative. One within the tolerance is
+    /// computed again from the equations before it is believed. `watch` is called once an iteration.
     void solve(int c, double tolerance, int limit, const std::function<void()>& watch) {
         Floats x(right[c].size()), z = x, p = x, q = x, inverse = x, r = right[c];
         joinBands(south);

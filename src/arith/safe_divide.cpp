@@ -1,5 +1,5 @@
-// Guarded division: a zero divisor gives a zero. The guard has three shapes, which differ on what kind of
-// zero.
+// Guarded division: a zero divisor gives a zero. The guard has three shapes, which differ on what
+// kind of zero.
 #include <limits>
 
 #include "frame/lane_constants.h"

@@ -7,9 +7,9 @@ using namespace zel;
 
 namespace {
 
-// minps and maxps give their second operand when the comparison fails, so `p < q ? p : q` is min(p, q), and
-// `p > q ? p : q` is max(p, q), for NaN and zeros too. All but Negate's lanes pass a signalling NaN on
-// untouched.
+// minps and maxps give their second operand when the comparison fails, so `p < q ? p : q` is min(p,
+// q), and `p > q ? p : q` is max(p, q), for NaN and zeros too. All but Negate's lanes pass a
+// signalling NaN on untouched.
 
 /// Element: the sign bit cleared. Lane: the greater of 0 - x and x, where -0 and NaN are never greater.
 struct Magnitude {

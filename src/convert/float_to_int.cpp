@@ -16,12 +16,13 @@ struct Cast {
     static __m128i lanes(__m128 x) { return _mm_cvttps_epi32(x); }
 };
 
-/// The floor by bits alone, so that neither the rounding mode nor denormals-are-zero reaches it: the truncation,
-/// less one where it lies above a negative x. A float compare would take a negative denormal for 0.
+/// The floor by bits alone, so that neither the rounding mode nor denormals-are-zero reaches it: the
+/// truncation, less one where it lies above a negative x. A float compare would take a negative
+/// denormal for 0.
 int bitFloor(float x) {
     constexpr int sign = -2147483647 - 1;
-    // truncate's choice by a word mask: compilers would compute all that follows a choice of a constant once for each
-    // arm, and not vectorise.
+    // truncate's choice by a word mask: compilers would compute all that follows a choice of a constant once
+    // for each arm, and not vectorise.
     const int fits = -static_cast<int>(std::fabs(x) < inexpressible);
     const int bits = (std::bit_cast<int>(x) & fits) | (std::bit_cast<int>(-inexpressible) & ~fits);
     const int q = static_cast<int>(std::bit_cast<float>(bits));
@@ -37,8 +38,8 @@ struct Floor {
     static __m128i lanes(__m128 x) { return _mm_cvtps_epi32(x); }
 };
 
-/// Both parts of x. They don't agree on negative integers: the element form always goes one below the
-/// truncation.
+/// Both parts of x. They don't agree on negative integers: the element form always goes one
+/// below the truncation.
 struct Split {
     static void element(int& d, float& frac, float x) {
         // One less by wrap-around: -2147483648 becomes 2147483647.

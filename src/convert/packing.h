@@ -1,5 +1,5 @@
-// Packing of words into samples of 8 or 16 bits, four or sixteen at once. The processor's packs saturate, so words out
-// of their range lose their high bits first.
+// Packing of words into samples of 8 or 16 bits, four or sixteen at once. The processor's packs saturate, so
+// words out of their range lose their high bits first.
 #pragma once
 
 #include <emmintrin.h>

@@ -1,5 +1,5 @@
-// Fill, masked copy, exchange. Everything moves as bits; nothing is computed, so signalling NaNs stay as they
-// are.
+// Fill, masked copy, exchange. Everything moves as bits; nothing is computed, so signalling NaNs stay
+// as they are.
 #include <bit>
 
 #include "frame/lane_loop.h"
@@ -18,8 +18,8 @@ struct Fill {
 
 /// value where the mask entry is 0, else what d has. d is stored back either way.
 struct MaskedCopy {
-    // A word mask and not a choice: for a choice the compiler would read only what it takes, and not
-    // vectorise.
+    // A word mask and not a choice: for a choice the compiler would read only what it takes,
+    // and not vectorise.
     static int element(int d, int value, std::uint32_t mask) {
         const int take = -static_cast<int>(mask == 0);
         return (value & take) | (d & ~take);

@@ -12,8 +12,8 @@ using namespace zel;
 
 namespace {
 
-/// Two rounded steps and a clamp, 0 first. The lane clamp takes a NaN to the limit, the element clamp keeps
-/// it.
+/// Two rounded steps and a clamp, 0 first. The lane clamp takes a NaN to the limit, the element
+/// clamp keeps it.
 struct Map {
     static float element(float a, float scale, float limit, float offset) {
         const float x = scale * a + offset;
@@ -36,7 +36,8 @@ struct MapToSample {
         return truncate(Map::element(a, scale, limit, offset));
     }
     static int single(float a, float scale, float limit, float offset) {
-        // minss may take a zero or a denormal for another, but all of them truncate to 0; a NaN is its second operand.
+        // minss may take a zero or a denormal for another, but all of them truncate to 0; a NaN is
+        // its second operand.
         const __m128 x = _mm_set_ss(scale * a + offset), below = _mm_min_ss(_mm_set_ss(limit), x);
         return truncateOne(_mm_cvtss_f32(_mm_and_ps(_mm_cmpnle_ss(x, _mm_setzero_ps()), below)));
     }

@@ -1,12 +1,13 @@
-// Reductions that update d in the same pass: d += b a with the squares of d, d = b a with the products of d
-// and a.
+// Reductions that update d in the same pass: d += b a with the squares of d, d = b a with the products of
+// d and a.
 #include "reduce/blocked_sum.h"
 
 using namespace zel;
 
 namespace {
 
-/// Whether no store to d can reach what two blocks side by side read from a source: it is d itself, or two blocks away.
+/// Whether no store to d can reach what two blocks side by side read from a source: it is d itself, or
+/// two blocks away.
 bool blocksApart(const float* d, const float* source) {
     constexpr Count twoBlocks = 2 * blockElements * Count{sizeof(float)};
     return d == source || apart(d, twoBlocks, source, twoBlocks);

@@ -10,8 +10,8 @@ int ZEL_Math::zerocount(const int* a, Count num) {
 int ZEL_Math::zerocountSIMD(const int* a, Count num) {
     const auto [lead, end] = LaneBounds(phase(a), num);
     const __m128i zero = _mm_setzero_si128();
-    // A mask is -1 where the element is 0: the masks add up to the count, negated. Two sums run, and four masks are
-    // added first, so that no addition waits for the one before.
+    // A mask is -1 where the element is 0: the masks add up to the count, negated. Two sums run, and four
+    // masks are added first, so that no addition waits for the one before.
     __m128i sum = zero, other = zero;
     const auto masks = [=](Count i) { return _mm_cmpeq_epi32(load(a, i), zero); };
     const auto fourMasks = [=](Count i) {

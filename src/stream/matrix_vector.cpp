@@ -14,9 +14,9 @@ struct Transform {
     static constexpr int results = fourth == Fourth::scaled ? 4 : 3;
     static constexpr int terms = fourth == Fourth::leftOut ? 3 : 4;
 
-    /// of[k][j] scales component k into result j. All four lanes are filled, for the compiler to work on;
-    /// where a member has three results, the fourth repeats the third and is dropped. Only entries in use are
-    /// read.
+    /// of[k][j] scales component k into result j. All four lanes are filled, for the compiler to work
+    /// on; where a member has three results, the fourth repeats the third and is dropped. Only entries
+    /// in use are read.
     struct Coefficients {
         float of[4][4];
 
@@ -56,8 +56,8 @@ struct Transform {
     }
 };
 
-/// The lane path, l0 to l3 being what the components scale. The sums pair up, unlike those of the element
-/// path.
+/// The lane path, l0 to l3 being what the components scale. The sums pair up, unlike those of
+/// the element path.
 void transformLanes(float* d, Count num, const std::uint32_t* mask, __m128 l0, __m128 l1, __m128 l2,
                     __m128 l3) {
     eachVector<4>(d, num, mask, [=](float* vector) {

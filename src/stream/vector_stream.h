@@ -9,8 +9,9 @@
 
 namespace zel {
 
-/// vector(v) for each vector of the stream whose mask entry is 0, upward; all of them without a mask. A vector that is
-/// left out is neither read nor written. Each mask entry counts as it stands when its vector's turn comes.
+/// vector(v) for each vector of the stream whose mask entry is 0, upward; all of them without a mask. A
+/// vector that is left out is neither read nor written. Each mask entry counts as it stands when its
+/// vector's turn comes.
 template <int stride, class Vector>
 inline void eachVector(float* d, Count num, const std::uint32_t* mask, Vector vector) {
     const auto any = [=](Count i) { vector(d + stride * i); };
