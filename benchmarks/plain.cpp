@@ -37,7 +37,10 @@ const bench::Kernel kernels[] = {
     loop("abs", [](auto& q, auto&, Count i) { q.d[i] = std::fabs(q.a[i]); }),
     loop("negate", [](auto& q, auto&, Count i) { q.d[i] = -q.a[i]; }),
     loop("zelmin", [](auto& q, auto&, Count i) { q.d[i] = q.b[i] < q.a[i] ? q.b[i] : q.a[i]; }),
-    loop("clamp", [](auto& q, auto& v, Count i) { q.d[i] = v.low >= q.a[i] ? v.low : v.high <= q.a[i] ? v.high : q.a[i]; }),
+    loop("clamp",
+         [](auto& q, auto& v, Count i) {
+             q.d[i] = v.low >= q.a[i] ? v.low : v.high <= q.a[i] ? v.high : q.a[i];
+         }),
     loop("madd", [](auto& q, auto&, Count i) { q.d[i] += q.a[i] * q.b[i]; }),
     loop("scaleoffset values", [](auto& q, auto& v, Count i) { q.d[i] = q.d[i] * v.third + v.low; }),
     loop("lerp", [](auto& q, auto&, Count i) { q.d[i] = (q.b[i] - q.a[i]) * q.c[i] + q.a[i]; }),
@@ -51,8 +54,15 @@ const bench::Kernel kernels[] = {
     loop("swap", [](auto& q, auto&, Count i) { const float held = q.a[i]; q.a[i] = q.b[i]; q.b[i] = held; }),
     loop("cast", [](auto& q, auto&, Count i) { q.k[i] = static_cast<int>(q.a[i]); }),
     loop("floor", [](auto& q, auto&, Count i) { q.k[i] = static_cast<int>(std::floor(q.a[i])); }),
-    loop("wpoint 8", [](auto& q, auto& v, Count i) { const float s = q.a[i] * v.white + 0.5f; q.bytes[i] = static_cast<std::uint8_t>(s <= 0 ? 0 : s >= v.white ? v.white : s); }),
-    loop("iwpoint 8", [](auto& q, auto& v, Count i) { q.d[i] = static_cast<float>(q.bytes[i] - 1) * (1 / v.white); }),
+    loop("wpoint 8",
+         [](auto& q, auto& v, Count i) {
+             const float s = q.a[i] * v.white + 0.5f;
+             q.bytes[i] = static_cast<std::uint8_t>(s <= 0 ? 0 : s >= v.white ? v.white : s);
+         }),
+    loop("iwpoint 8",
+         [](auto& q, auto& v, Count i) {
+             q.d[i] = static_cast<float>(q.bytes[i] - 1) * (1 / v.white);
+         }),
     {"dot",
      [](const Data& q, Count n) {
          double s = 0;
@@ -67,10 +77,12 @@ const bench::Kernel kernels[] = {
      }},
     {"mulRowVec44",
      [](const Data& q, Count n) {
-         const auto m = theValues;
+         const Values values = theValues;
+         const auto& m = values.matrix;
          for (float* v = q.d; v < q.d + n / 4 * 4; v += 4) {
              const float x = v[0], y = v[1], z = v[2], w = v[3];
-             for (int j = 0; j < 4; ++j) v[j] = x * m.matrix[0][j] + y * m.matrix[1][j] + z * m.matrix[2][j] + w * m.matrix[3][j];
+             for (int j = 0; j < 4; ++j)
+                 v[j] = x * m[0][j] + y * m[1][j] + z * m[2][j] + w * m[3][j];
          }
      }},
 };

@@ -78,31 +78,85 @@ bench::Kernel loop(const char* name, Group) {
 
 const bench::Kernel kernels[] = {
     loop("add", [](auto& q, auto&, Count i) { store(q.d + i, _mm_add_ps(load(q.a + i), load(q.b + i))); }),
-    loop("add int", [](auto& q, auto&, Count i) { store(q.k + i, _mm_add_epi32(load(q.i + i), load(q.j + i))); }),
+    loop("add int",
+         [](auto& q, auto&, Count i) {
+             store(q.k + i, _mm_add_epi32(load(q.i + i), load(q.j + i)));
+         }),
     loop("mul value", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_mul_ps(load(q.a + i), v.third)); }),
     loop("div", [](auto& q, auto&, Count i) { store(q.d + i, _mm_div_ps(load(q.a + i), load(q.b + i))); }),
-    loop("fdiv", [](auto& q, auto&, Count i) { store(q.d + i, _mm_mul_ps(load(q.a + i), _mm_rcp_ps(load(q.b + i)))); }),
+    loop("fdiv",
+         [](auto& q, auto&, Count i) {
+             store(q.d + i, _mm_mul_ps(load(q.a + i), _mm_rcp_ps(load(q.b + i))));
+         }),
     loop("invert", [](auto& q, auto&, Count i) { store(q.d + i, _mm_rcp_ps(load(q.a + i))); }),
     loop("sqrt", [](auto& q, auto&, Count i) { store(q.d + i, _mm_sqrt_ps(load(q.a + i))); }),
     loop("fsqrt", [](auto& q, auto&, Count i) { store(q.d + i, _mm_rcp_ps(_mm_rsqrt_ps(load(q.a + i)))); }),
     loop("isqrt", [](auto& q, auto&, Count i) { store(q.d + i, _mm_rsqrt_ps(load(q.a + i))); }),
-    loop("abs", [](auto& q, auto& v, Count i) { const __m128 x = load(q.a + i); store(q.d + i, _mm_max_ps(_mm_sub_ps(v.zero, x), x)); }),
+    loop("abs",
+         [](auto& q, auto& v, Count i) {
+             const __m128 x = load(q.a + i);
+             store(q.d + i, _mm_max_ps(_mm_sub_ps(v.zero, x), x));
+         }),
     loop("negate", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_sub_ps(v.zero, load(q.a + i))); }),
     loop("zelmin", [](auto& q, auto&, Count i) { store(q.d + i, _mm_min_ps(load(q.a + i), load(q.b + i))); }),
-    loop("clamp", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_max_ps(v.low, _mm_min_ps(v.high, load(q.a + i)))); }),
-    loop("madd", [](auto& q, auto&, Count i) { store(q.d + i, _mm_add_ps(load(q.d + i), _mm_mul_ps(load(q.a + i), load(q.b + i)))); }),
-    loop("scaleoffset values", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_add_ps(_mm_mul_ps(load(q.d + i), v.third), v.low)); }),
-    loop("lt", [](auto& q, auto& v, Count i) { store(q.k + i, _mm_and_si128(bits(_mm_cmplt_ps(load(q.a + i), load(q.b + i))), v.one)); }),
-    loop("lt value", [](auto& q, auto& v, Count i) { store(q.k + i, _mm_and_si128(bits(_mm_cmplt_ps(load(q.a + i), v.third)), v.one)); }),
-    loop("le int", [](auto& q, auto& v, Count i) { store(q.k + i, _mm_andnot_si128(_mm_cmpgt_epi32(load(q.i + i), load(q.j + i)), v.one)); }),
-    loop("fastlt value", [](auto& q, auto& v, Count i) { store(q.k + i, bits(_mm_cmplt_ps(load(q.a + i), v.third))); }),
-    loop("band", [](auto& q, auto&, Count i) { store(q.k + i, _mm_and_si128(load(q.i + i), load(q.j + i))); }),
+    loop("clamp",
+         [](auto& q, auto& v, Count i) {
+             store(q.d + i, _mm_max_ps(v.low, _mm_min_ps(v.high, load(q.a + i))));
+         }),
+    loop("madd",
+         [](auto& q, auto&, Count i) {
+             store(q.d + i, _mm_add_ps(load(q.d + i), _mm_mul_ps(load(q.a + i), load(q.b + i))));
+         }),
+    loop("scaleoffset values",
+         [](auto& q, auto& v, Count i) {
+             store(q.d + i, _mm_add_ps(_mm_mul_ps(load(q.d + i), v.third), v.low));
+         }),
+    loop("lt",
+         [](auto& q, auto& v, Count i) {
+             store(q.k + i, _mm_and_si128(bits(_mm_cmplt_ps(load(q.a + i), load(q.b + i))), v.one));
+         }),
+    loop("lt value",
+         [](auto& q, auto& v, Count i) {
+             store(q.k + i, _mm_and_si128(bits(_mm_cmplt_ps(load(q.a + i), v.third)), v.one));
+         }),
+    loop("le int",
+         [](auto& q, auto& v, Count i) {
+             store(q.k + i, _mm_andnot_si128(_mm_cmpgt_epi32(load(q.i + i), load(q.j + i)), v.one));
+         }),
+    loop("fastlt value",
+         [](auto& q, auto& v, Count i) {
+             store(q.k + i, bits(_mm_cmplt_ps(load(q.a + i), v.third)));
+         }),
+    loop("band",
+         [](auto& q, auto&, Count i) {
+             store(q.k + i, _mm_and_si128(load(q.i + i), load(q.j + i)));
+         }),
     loop("set", [](auto& q, auto& v, Count i) { store(q.d + i, v.third); }),
-    loop("set masked", [](auto& q, auto&, Count i) { const __m128i take = _mm_cmpeq_epi32(load(q.mask + i), _mm_setzero_si128()); store(q.k + i, _mm_or_si128(_mm_andnot_si128(take, load(q.k + i)), _mm_and_si128(take, load(q.i + i)))); }),
-    loop("swap", [](auto& q, auto&, Count i) { const __m128 held = load(q.a + i); store(q.a + i, load(q.b + i)); store(q.b + i, held); }),
+    loop("set masked",
+         [](auto& q, auto&, Count i) {
+             const __m128i take = _mm_cmpeq_epi32(load(q.mask + i), _mm_setzero_si128());
+             const __m128i kept = _mm_andnot_si128(take, load(q.k + i));
+             store(q.k + i, _mm_or_si128(kept, _mm_and_si128(take, load(q.i + i))));
+         }),
+    loop("swap",
+         [](auto& q, auto&, Count i) {
+             const __m128 held = load(q.a + i);
+             store(q.a + i, load(q.b + i));
+             store(q.b + i, held);
+         }),
     loop("cast", [](auto& q, auto&, Count i) { store(q.k + i, _mm_cvttps_epi32(load(q.a + i))); }),
-    loop("wpoint 8", [](auto& q, auto& v, Count i) { const __m128i x = samples(q.a + i, v.white, v.half); const __m128i words = _mm_packs_epi32(x, x); _mm_storeu_si32(q.bytes + i, _mm_packus_epi16(words, words)); }),
-    loop("wpoint 16", [](auto& q, auto& v, Count i) { const __m128i x = samples(q.a + i, _mm_set1_ps(65535), v.half); const __m128i low16 = _mm_srai_epi32(_mm_slli_epi32(x, 16), 16); _mm_storeu_si64(q.halves + i, _mm_packs_epi32(low16, low16)); }),
+    loop("wpoint 8",
+         [](auto& q, auto& v, Count i) {
+             const __m128i x = samples(q.a + i, v.white, v.half);
+             const __m128i words = _mm_packs_epi32(x, x);
+             _mm_storeu_si32(q.bytes + i, _mm_packus_epi16(words, words));
+         }),
+    loop("wpoint 16",
+         [](auto& q, auto& v, Count i) {
+             const __m128i x = samples(q.a + i, _mm_set1_ps(65535), v.half);
+             const __m128i low16 = _mm_srai_epi32(_mm_slli_epi32(x, 16), 16);
+             _mm_storeu_si64(q.halves + i, _mm_packs_epi32(low16, low16));
+         }),
     {"dot",
      [](const Data& q, Count n) {
          blockedSum(q, n, [=](Count i) { return _mm_mul_ps(load(q.a + i), load(q.b + i)); });
@@ -131,7 +185,10 @@ const bench::Kernel kernels[] = {
          bench::keep(q, laneSum(_mm_cvtepi32_ps(count)));
      }},
     loop("mulRowVec44", [](auto& q, auto& v, Count i) { transform(q.d + i, v.m); }),
-    loop("mulRowVec44 masked", [](auto& q, auto& v, Count i) { if (q.mask[i / 4] == 0) transform(q.d + i, v.m); }),
+    loop("mulRowVec44 masked",
+         [](auto& q, auto& v, Count i) {
+             if (q.mask[i / 4] == 0) transform(q.d + i, v.m);
+         }),
     loop("vadd4u4", [](auto& q, auto& v, Count i) { store(q.d + i, _mm_add_ps(load(q.d + i), v.m[0])); }),
 };
 

@@ -1,6 +1,7 @@
-# Compile and link flags that are part of the results. They hold for the library, its tests and everything measured
-# against it, so that the same source means the same bits everywhere. They stand behind whatever comes from outside
-# (CXXFLAGS, CMAKE_CXX_FLAGS, a parent project's options), and where two contradict each other a compiler takes the last.
+# Compile and link flags that are part of the results. They hold for the library, its tests and everything
+# measured against it, so that the same source means the same bits everywhere. They stand behind whatever comes
+# from outside (CXXFLAGS, CMAKE_CXX_FLAGS, a parent project's options), and where two contradict each other a
+# compiler takes the last.
 
 # Each part of fast-math by itself, since a part that was asked for by name outlives -fno-fast-math.
 set(zelExactMath -fno-fast-math -fno-associative-math -fno-reciprocal-math -fno-finite-math-only -fsigned-zeros
@@ -18,7 +19,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # A comparison raises what its kind raises: GCC could otherwise turn a signalling one into a quiet one.
     list(APPEND zelExactMath -fno-unsafe-math-optimizations -ftrapping-math -fno-single-precision-constant)
 else()
-    # Denormals are what the caller's mode makes of them. Of traps nothing is said: Clang's word for them is strict mode.
+    # Denormals are what the caller's mode makes of them. Of traps nothing is said: Clang's word for them
+    # is strict mode.
     list(APPEND zelExactMath -fdenormal-fp-math=ieee)
     if(CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 14)
         list(APPEND zelExactMath -fno-approx-func)
@@ -46,8 +48,8 @@ else()
 endif()
 
 add_link_options(
-    # With any of these undone, a compiler would link a start file that sets flush-to-zero and denormals-are-zero for the
-    # whole process that loads the library; the last -O takes back an -Ofast.
+    # With any of these undone, a compiler would link a start file that sets flush-to-zero and denormals-are-zero for
+    # the whole process that loads the library; the last -O takes back an -Ofast.
     "SHELL:-fno-fast-math -fno-unsafe-math-optimizations -O3"
     LINKER:--as-needed LINKER:-z,relro,-z,now LINKER:-z,noexecstack LINKER:-z,text)
 if((CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 13) OR

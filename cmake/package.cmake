@@ -1,5 +1,6 @@
-# Debian packages, made by cpack in a build directory: libzel1 for programs that run, libzel-dev for those that are built.
-# scripts/package makes a build for them; a Debian package belongs in /usr, whose library directory is the multi-arch one.
+# Debian packages, made by cpack in a build directory: libzel1 for programs that run, libzel-dev for those that
+# are built. scripts/package makes a build for them; a Debian package belongs in /usr, whose library directory is
+# the multi-arch one.
 if(NOT PROJECT_IS_TOP_LEVEL)
     return()
 endif()

@@ -27,8 +27,8 @@
 /// next 16-byte boundary. A SIMD member compares the phases of its arrays (values take no part):
 ///  - All equal, the aligned route: first the lead-in, the first min(phase, num) elements, upward, by the
 ///    element formula; then the tail, the 0 to 3 elements behind the last lane group, from the last one
-///    downward, by the element formula; then the lane groups, four elements on a 16-byte boundary each, upward,
-///    by the lane formula: all four read, computed, written.
+///    downward, by the element formula; then the lane groups, four elements on a 16-byte boundary each,
+///    upward, by the lane formula: all four read, computed, written.
 ///  - Not all equal, the fallback route: an element loop over everything.
 ///
 /// So which formula an element meets depends on addresses and num, never on its value. Where the two forms

@@ -1,6 +1,7 @@
+# shellcheck shell=bash
 # Sourced by the scripts beside it: which preset, which compiler, and how their build directory comes about.
 
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 preset=release
 compiler=gcc
 rest=()
