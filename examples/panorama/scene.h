@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/image.h"
@@ -23,7 +24,13 @@ struct Scene {
     float gain;            // factor on every sample
     float camera[4][4]{};  // from (pixels to the right, pixels up, 1, 0) around the centre to a direction
 
-    Scene(const Image& panorama, const Options& options, float gain);
+    Scene(const Image& panorama, const Options& options, double stops);
+
+    /// Width and height of the picture.
+    std::pair<std::int64_t, std::int64_t> size() const {
+        return options.flat ? std::pair(panorama.width, panorama.height)
+                            : std::pair(options.width, options.height);
+    }
 };
 
 /// All arrays of a strip begin on a cache line, and strips are short enough for the second cache.
@@ -31,10 +38,6 @@ struct Strip {
     static constexpr std::int64_t longest = 8192;
 
     explicit Strip(std::int64_t first, std::int64_t count);
-
-    /// Everything computed so far, for comparing two strips bit by bit.
-    std::vector<std::span<const std::byte>> memory() const;
-    std::vector<std::span<const float>> floats() const;
 
     std::int64_t first, count;                    // pixels of the picture, row after row
     Floats ray;                                   // a vector of four per pixel
@@ -57,6 +60,7 @@ struct Step {
     bool plain = false;  // a loop of this program, without the library
 };
 
-/// The steps from pixel positions to light, and from there to stored samples.
+/// The steps from pixel positions to light, from there to stored samples, and all that a picture takes.
 extern const std::vector<Step> viewSteps, flatSteps;
 std::vector<Step> colourSteps(const Options& options);
+std::vector<Step> steps(const Options& options);

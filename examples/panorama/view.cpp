@@ -8,8 +8,8 @@
 
 using std::numbers::pi;
 
-Scene::Scene(const Image& panorama, const Options& options, float gain)
-    : panorama(panorama), options(options), gain(gain) {
+Scene::Scene(const Image& panorama, const Options& options, double stops)
+    : panorama(panorama), options(options), gain(float(std::exp2(stops))) {
     const double yaw = std::remainder(options.yaw, 360) * pi / 180, pitch = options.pitch * pi / 180;
     // Scaled by sine and cosine, where a tangent would overflow for the widest views.
     const double side = 2 * std::sin(options.fov * pi / 360) / double(options.width);

@@ -15,7 +15,7 @@ namespace {
 constexpr const char* help = R"(usage: poisson INPUT.exr OUTPUT.png --rectangle X,Y,WxH [OPTION]...
 
 Fills a rectangle of a picture with what is seen elsewhere in it, fitted seamlessly to the surroundings, or with a
-smooth membrane between them. Solves with the library's flag clear and set, and shows the picture of the latter.
+smooth membrane between them.
 
   --rectangle X,Y,WxH  what to fill: its upper left pixel, counted from 0, and its size
   --source X,Y         upper left pixel of what fills it. Without this option it is a membrane.
@@ -27,7 +27,7 @@ smooth membrane between them. Solves with the library's flag clear and set, and 
 Rectangle and source may touch the border of the picture, where pixels have fewer neighbours, as long as anything
 surrounds the rectangle. The unknown is the logarithm of filling / source: inside, each is the weighted mean of its
 neighbours. The weight is 1 / (1 + (d / 0.1)^2), at least 0.01, where logarithms of the source differ by d: a change
-is hardly seen there. Bytes are 4 for each element that a call reads and 4 for each it writes, in cache or memory.
+is hardly seen there.
 )";
 
 struct Place {
@@ -92,11 +92,10 @@ Command parse(Arguments arguments) {
 struct Progress {
     const bool terminal = isatty(STDERR_FILENO);
 
-    void show(bool flag, int c, int iteration, double residual) const {
+    void show(int c, int iteration, double residual) const {
         if (iteration % (terminal ? 20 : 1000) || (iteration == 0 && !terminal)) return;
-        std::fprintf(stderr, "%sflag %s, %s: iteration %d, residual %.2e%s", terminal ? "\r" : "",
-                     flag ? "set" : "clear", std::array{"red", "green", "blue"}[c], iteration, residual,
-                     terminal ? "\033[K" : "\n");
+        std::fprintf(stderr, "%s%s: iteration %d, residual %.2e%s", terminal ? "\r" : "",
+                     std::array{"red", "green", "blue"}[c], iteration, residual, terminal ? "\033[K" : "\n");
     }
     ~Progress() {
         if (terminal) std::fputs("\r\033[K", stderr);
@@ -135,15 +134,6 @@ System pose(const Levels& level, const Levels& source, const Place& picture, con
     return system;
 }
 
-System solve(System system, const Command& command, bool flag) {
-    ZEL_Math::forceSIMD(flag);
-    const Progress progress;
-    for (int c = 0; c < 3; ++c)
-        system.solve(c, command.tolerance, command.iterations,
-                     [&] { progress.show(flag, c, system.iterations[c], system.residual[c]); });
-    return system;
-}
-
 std::vector<std::uint8_t> develop(Image& image, double stops) {
     const std::int64_t size = image.size();
     Floats root(size), line(size);
@@ -160,25 +150,16 @@ std::vector<std::uint8_t> develop(Image& image, double stops) {
     return picture;
 }
 
-void printReport(const System& clear, const System& set) {
+void printReport(const System& system) {
     float least = 4, most = 0;
-    for (float d : set.diagonal)
+    for (float d : system.diagonal)
         if (d > 0) least = std::min(least, d), most = std::max(most, d);
-    std::printf("  diagonal   %.3g to %.3g%s\n", least, most,
+    std::printf("  diagonal    %.3g to %.3g%s\n", least, most,
                 least == most ? ": preconditioning by it is only a scale" : "");
-    for (const System* s : {&clear, &set})
-        std::printf("  flag %-5s %d, %d, %d iterations for red, green, blue; residuals %.2g, %.2g, %.2g\n",
-                    s == &set ? "set" : "clear", s->iterations[0], s->iterations[1], s->iterations[2],
-                    s->residual[0], s->residual[1], s->residual[2]);
-    std::printf("\n  %-17s %28s %28s\n  %-17s", "", "flag clear", "flag set", "kernel");
-    for (int k = 0; k < 2; ++k) std::printf("    calls        ms      GB/s");
-    for (std::size_t i = 0; i < set.kernels.size(); ++i) {
-        std::printf("\n  %-17s", set.kernels[i].name.c_str());
-        for (const Kernel& k : {clear.kernels[i], set.kernels[i]})
-            std::printf(" %8lld %9.2f %9.1f", (long long)k.calls, 1e3 * k.seconds,
-                        k.calls ? 1e-9 * k.bytes / k.seconds : 0);
-    }
-    std::printf("\n");
+    const auto [red, green, blue] = system.iterations;
+    std::printf("  iterations  %d, %d, %d for red, green, blue\n", red, green, blue);
+    std::printf("  residuals   %.2g, %.2g, %.2g\n", system.residual[0], system.residual[1],
+                system.residual[2]);
 }
 
 void run(Arguments arguments) {
@@ -198,13 +179,18 @@ void run(Arguments arguments) {
             level[c].push_back(std::log(std::max(light, 1e-4f)));
         source[c] = command.source ? level[c] : Floats(image.size());
     }
-    const System system = pose(level, source, picture, to, from);
-    const System clear = solve(system, command, false), set = solve(system, command, true);
+    System system = pose(level, source, picture, to, from);
+    {
+        const Progress progress;
+        for (int c = 0; c < 3; ++c)
+            system.solve(c, command.tolerance, command.iterations,
+                         [&] { progress.show(c, system.iterations[c], system.residual[c]); });
+    }
     for (int c = 0; c < 3; ++c)
         for (std::int64_t i = 0; i < to.width * to.height; ++i) {
             const std::int64_t x = i % to.width, y = i / to.width;
-            image.channel[c][(to.y + y) * image.width + to.x + x] =
-                std::exp(source[c][(from.y + y) * image.width + from.x + x] + set.solution[c][set.at(x, y)]);
+            image.channel[c][(to.y + y) * image.width + to.x + x] = std::exp(
+                source[c][(from.y + y) * image.width + from.x + x] + system.solution[c][system.at(x, y)]);
         }
     writePng(output, image.width, image.height, 8, develop(image, command.stops));
 
@@ -212,7 +198,7 @@ void run(Arguments arguments) {
     for (const auto& note : notes) std::printf("  %s\n", note.c_str());
     std::printf("%s, %lld x %lld pixels of it %s\n", output.c_str(), (long long)to.width,
                 (long long)to.height, command.source ? "filled from elsewhere" : "filled by a membrane");
-    printReport(clear, set);
+    printReport(system);
 }
 
 }  // namespace

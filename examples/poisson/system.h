@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <functional>
 #include <stdexcept>
@@ -10,13 +9,6 @@
 
 #include "ZEL_Math.h"
 #include "common/image.h"
-
-/// What one kind of call moved, and in which time.
-struct Kernel {
-    std::string name;
-    std::int64_t calls = 0;
-    double bytes = 0, seconds = 0;
-};
 
 /// One equation for each pixel: diagonal * v + east * (v to the right) + south * (v below), and the same from
 /// the left and from above, where the weights, negative ones, stand at the neighbour. The rectangle is cut
@@ -29,7 +21,6 @@ struct System {
     std::array<Floats, 3> right, solution;
     std::array<int, 3> iterations{};
     std::array<double, 3> residual{};
-    std::vector<Kernel> kernels = {{"all kernels"}};
 
     System(std::int64_t width, std::int64_t height)
         : row(4 * width), band((height + 3) / 4), count(band * row), diagonal(count + 2 * row) {
@@ -59,48 +50,27 @@ struct System {
             watch();
             if (iterations[c] == limit)
                 throw std::runtime_error("no convergence within " + std::to_string(limit) + " iterations");
-            run("mulAndDotDA", 3,
-                [&] { now = ZEL_Math::mulAndDotDA(inner(z), inner(r), inner(inverse), count); });
-            run("scaleoffset", 3,
-                [&] { ZEL_Math::scaleoffset(inner(p), float(now / before), inner(z), count); });
+            now = ZEL_Math::mulAndDotDA(inner(z), inner(r), inner(inverse), count);
+            ZEL_Math::scaleoffset(inner(p), float(now / before), inner(z), count);
             multiply(q, p);
             const double step = now / dot(p, q);
-            run("madd (solution)", 3, [&] { ZEL_Math::madd(inner(x), inner(p), float(step), count); });
-            run("maddAndNorm", 3, [&] { norm = ZEL_Math::maddAndNorm(inner(r), inner(q), -step, count); });
+            ZEL_Math::madd(inner(x), inner(p), float(step), count);
+            norm = ZEL_Math::maddAndNorm(inner(r), inner(q), -step, count);
             before = now;
         }
         solution[c] = std::move(x);
     }
 
 private:
-    /// An array that is read and written counts as two.
-    void run(const char* name, int arrays, auto&& call) {
-        const auto start = std::chrono::steady_clock::now();
-        call();
-        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-        if (std::ranges::find(kernels, name, &Kernel::name) == kernels.end()) kernels.push_back({name});
-        for (Kernel* k : {&kernels[0], &*std::ranges::find(kernels, name, &Kernel::name)}) {
-            ++k->calls;
-            k->bytes += 4.0 * arrays * double(count);
-            k->seconds += time.count();
-        }
-    }
-    double dot(Floats& a, Floats& b) {
-        double sum = 0;
-        run("dot", 2, [&] { sum = ZEL_Math::dot(inner(a), inner(b), count); });
-        return sum;
-    }
+    double dot(Floats& a, Floats& b) const { return ZEL_Math::dot(inner(a), inner(b), count); }
     /// d = the left sides of the equations for v.
     void multiply(Floats& d, Floats& v) {
         joinBands(v);
-        run("mul (diagonal)", 3, [&] { ZEL_Math::mul(inner(d), inner(v), inner(diagonal), count); });
-        const auto neighbour = [&](float* u, const float* weight) {
-            run("madd (neighbours)", 4, [&] { ZEL_Math::madd(inner(d), u, weight, count); });
-        };
-        neighbour(inner(v) + 4, inner(east));
-        neighbour(inner(v) - 4, inner(east) - 4);
-        neighbour(inner(v) + row, inner(south));
-        neighbour(inner(v) - row, inner(south) - row);
+        ZEL_Math::mul(inner(d), inner(v), inner(diagonal), count);
+        ZEL_Math::madd(inner(d), inner(v) + 4, inner(east), count);
+        ZEL_Math::madd(inner(d), inner(v) - 4, inner(east) - 4, count);
+        ZEL_Math::madd(inner(d), inner(v) + row, inner(south), count);
+        ZEL_Math::madd(inner(d), inner(v) - row, inner(south) - row, count);
     }
     void joinBands(Floats& a) const {
         float *above = a.data(), *below = above + row + count;
