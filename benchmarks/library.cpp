@@ -44,6 +44,7 @@ const bench::Kernel kernels[] = {
     {"cast", [](const Data& q, Count n) { Z::cast(q.k, q.a, n); }, 8},
     {"floor", [](const Data& q, Count n) { Z::floor(q.k, q.a, n); }, 8},
     {"splitFloat", [](const Data& q, Count n) { Z::splitFloat(q.k, q.d, q.a, n); }, 12},
+    {"wpoint", [](const Data& q, Count n) { Z::wpoint(q.d, q.a, v.white, v.white, 0, n); }, 8},
     {"wpoint 8", [](const Data& q, Count n) { Z::wpoint(q.bytes, q.a, v.white, v.white, 0, n); }, 5},
     {"wpoint 16", [](const Data& q, Count n) { Z::wpoint(q.halves, q.a, 65535, 65535, 0, n); }, 6},
     {"iwpoint 8", [](const Data& q, Count n) { Z::iwpoint(q.d, q.bytes, v.white, 1, n); }, 5},

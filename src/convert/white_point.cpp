@@ -12,15 +12,19 @@ using namespace zel;
 
 namespace {
 
+/// chosen where x is above 0 or a NaN, else +0. A word mask, since a choice behind another would
+/// become a branch.
+float chosenAboveZero(float x, float chosen) {
+    const int keep = -static_cast<int>(!(x <= 0));
+    return std::bit_cast<float>(std::bit_cast<int>(chosen) & keep);
+}
+
 /// Two rounded steps and a clamp, 0 first. The lane clamp takes a NaN to the limit, the element
 /// clamp keeps it.
 struct Map {
     static float element(float a, float scale, float limit, float offset) {
         const float x = scale * a + offset;
-        const float below = x >= limit ? limit : x;
-        // A word mask for the 0, and not a second choice, which would become a branch.
-        const int keep = -static_cast<int>(!(x <= 0));
-        return std::bit_cast<float>(std::bit_cast<int>(below) & keep);
+        return chosenAboveZero(x, x >= limit ? limit : x);
     }
     static __m128 lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         const __m128 x = _mm_add_ps(_mm_mul_ps(scale, a), offset);
@@ -29,6 +33,21 @@ struct Map {
         return _mm_max_ps(_mm_min_ps(x, limit), floatLanes(theLaneZero));
     }
 };
+
+/// The same with the processor's minimum, one instruction for a comparison and a choice. Where the caller has
+/// denormals taken for zeros the minimum gives a zero for one, so the limit mustn't be a denormal; an x that
+/// is one gives 0 anyway.
+struct MapByMinimum : Map {
+    static float element(float a, float scale, float limit, float offset) {
+        const float x = scale * a + offset;
+        return chosenAboveZero(x, limit < x ? limit : x);
+    }
+};
+
+bool isDenormal(float x) {
+    const auto magnitude = std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFF;
+    return magnitude != 0 && magnitude < 0x00800000;
+}
 
 /// The low bits of the truncated value; nothing saturates.
 struct MapToSample {
@@ -43,6 +62,17 @@ struct MapToSample {
     }
     static __m128i lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         return _mm_cvttps_epi32(Map::lanes(a, scale, limit, offset));
+    }
+};
+
+/// The same samples where the limit is a number from 0 to what an int can hold, so that every clamped value
+/// fits and none has to be chosen first. A NaN isn't above 0: it is 0 here, as its low bits are there. Each
+/// choice is one instruction, the processor's maximum and minimum.
+struct MapToSampleThatFits {
+    static int element(float a, float scale, float limit, float offset) {
+        const float x = scale * a + offset;
+        const float above = x > 0 ? x : 0;
+        return static_cast<int>(above < limit ? above : limit);
     }
 };
 
@@ -73,7 +103,19 @@ void wpointLanes(Sample* d, const float* a, float scale, float limit, float offs
         packGroups<LowBits>(d, lead, end, fourAtOnce, lanes);
 }
 void wpointLanes(float* d, const float* a, float scale, float limit, float offset, Count num) {
-    lanes<Map>(d, num, a, scale, limit, offset);
+    isDenormal(limit) ? lanes<Map>(d, num, a, scale, limit, offset)
+                      : lanes<MapByMinimum>(d, num, a, scale, limit, offset);
+}
+
+/// With the flag clear.
+template <class Sample>
+void wpointElements(Sample* d, const float* a, float scale, float limit, float offset, Count num) {
+    limit >= 0 && limit < inexpressible ? elements<MapToSampleThatFits>(d, num, a, scale, limit, offset)
+                                        : elements<MapToSample>(d, num, a, scale, limit, offset);
+}
+void wpointElements(float* d, const float* a, float scale, float limit, float offset, Count num) {
+    isDenormal(limit) ? elements<Map>(d, num, a, scale, limit, offset)
+                      : elements<MapByMinimum>(d, num, a, scale, limit, offset);
 }
 
 /// Back to float. The difference of samples is exact in int and in float.
@@ -112,17 +154,17 @@ void unitElements(float* d, const std::uint8_t* a, Count num) {
 void ZEL_Math::wpoint(std::uint8_t* d, const float* a, float scale, float limit, float black, Count num) {
     const float offset = black + 0.5f;
     return theSIMD ? wpointLanes(d, a, scale, limit, offset, num)
-                   : elements<MapToSample>(d, num, a, scale, limit, offset);
+                   : wpointElements(d, a, scale, limit, offset, num);
 }
 void ZEL_Math::wpoint(std::uint16_t* d, const float* a, float scale, float limit, float black, Count num) {
     const float offset = black + 0.5f;
     return theSIMD ? wpointLanes(d, a, scale, limit, offset, num)
-                   : elements<MapToSample>(d, num, a, scale, limit, offset);
+                   : wpointElements(d, a, scale, limit, offset, num);
 }
 void ZEL_Math::wpoint(float* d, const float* a, float scale, float limit, float black, Count num) {
     const float offset = black + 0.5f;
     return theSIMD ? wpointLanes(d, a, scale, limit, offset, num)
-                   : elements<Map>(d, num, a, scale, limit, offset);
+                   : wpointElements(d, a, scale, limit, offset, num);
 }
 void ZEL_Math::wpointSIMD(std::uint8_t* d, const float* a, float scale, float limit, float black, Count num) {
     wpointLanes(d, a, scale, limit, black + 0.5f, num);
