@@ -65,7 +65,7 @@ std::array<double, 3> ratio(const Kernel& now, const Kernel& then, const Data& q
 
 }  // namespace
 
-int bench::compareWith(const char* library, const char* filter) {
+int bench::compareWith(const char* library, const char* filter, std::vector<Count> counts) {
     // This build's as the rows are linked to it, so that a wide copy is taken as the loader finds it.
     Dl_info own;
     void* const self = dlsym(RTLD_DEFAULT, "_ZN8ZEL_Math6isSIMDEv");
@@ -73,11 +73,11 @@ int bench::compareWith(const char* library, const char* filter) {
     const Side now(own.dli_fname), then(library);
     std::printf("time of %s\nover that of %s\n", own.dli_fname, library);
     std::printf("median, and the quartiles around it\n\n%-20s %-6s", "", "flag");
-    constexpr Count sizes[] = {8, 256, 2048, 1 << 16, 1 << 20};
-    for (const Count n : sizes) std::printf("%23td", n);
+    if (counts.empty()) counts = {8, 256, 2048, 1 << 16, 1 << 20};
+    for (const Count n : counts) std::printf("%23td", n);
     std::puts("");
     const Data q = makeData(false);
-    fill(q, 1 << 20);
+    fill(q, std::ranges::max(counts));
     double logarithms = 0;
     int count = 0;
     for (std::size_t k = 0; k < now.rows.size; ++k) {
@@ -87,7 +87,7 @@ int bench::compareWith(const char* library, const char* filter) {
             now.force(flag);
             then.force(flag);
             std::printf("%-20s %-6s", row.name, flag ? "set" : "clear");
-            for (const Count n : sizes) {
+            for (const Count n : counts) {
                 const auto [low, median, high] = ratio(row, old, q, n);
                 std::printf("   %5.2f (%.2f to %.2f)", median, low, high);
                 std::fflush(stdout);

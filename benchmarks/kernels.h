@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace bench {
 
@@ -96,14 +97,14 @@ void benchNothing(float*, const float*, const float*, bench::Count);
 namespace bench {
 
 /// Arrays for up to `largest` elements, or for kernels that find their operands in phases apart.
-constexpr Count largest = Count{1} << 22;
+constexpr Count largest = Count{1} << 25;
 Data makeData(bool apart);
 
 /// Prints the cycles of calls on 0 to 8 elements.
 void printCalls();
 
 /// Prints, row by row, the time of this build's libZEL over that of the library in another file, both called
-/// in turn. Of rows with `filter` in their name; 0 if all went well.
-int compareWith(const char* library, const char* filter);
+/// in turn: of rows with `filter` in their name, for counts up to largest. 0 if all went well.
+int compareWith(const char* library, const char* filter, std::vector<Count> counts);
 
 }  // namespace bench

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <string>
@@ -55,7 +56,7 @@ void enroll(const bench::Kernel& row, const char* who, void (*run)(const Data&, 
     auto* b = benchmark::RegisterBenchmark((std::string(row.name) + "/" + who).c_str(), measure,
                                            std::cref(row), run, flag, apart, label);
     for (const Count n : {Count{1}, Count{4}, Count{8}, Count{16}, Count{64}, Count{256}, Count{2048},
-                          Count{1} << 16, Count{1} << 20, bench::largest})
+                          Count{1} << 16, Count{1} << 20, Count{1} << 22, bench::largest})
         if (n >= 4 || std::strcmp(who, "straight") != 0) b->Arg(n);
 }
 
@@ -80,7 +81,12 @@ Data bench::makeData(bool apart) {
 int main(int argc, char** argv) {
     const std::string mode = argc > 1 ? argv[1] : "";
     if (mode == "--calls") return bench::printCalls(), 0;
-    if (mode == "--against" && argc > 2) return bench::compareWith(argv[2], argc > 3 ? argv[3] : "");
+    if (mode == "--against" && argc > 2) {
+        std::vector<Count> counts;
+        for (int k = 4; k < argc; ++k)
+            counts.push_back(std::clamp<Count>(std::atoll(argv[k]), 1, bench::largest));
+        return bench::compareWith(argv[2], argc > 3 ? argv[3] : "", counts);
+    }
 
     const std::pair<const char*, bench::Kernels> peers[] = {
         {"plain", plainKernels()}, {"native", nativeKernels()}, {"straight", straightKernels()},

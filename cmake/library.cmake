@@ -29,13 +29,14 @@ set(zelSources
     src/reduce/zero_count.cpp
     src/stream/four_lane.cpp
     src/stream/matrix_vector.cpp)
+list(TRANSFORM zelSources PREPEND "${PROJECT_SOURCE_DIR}/")
 
 # One libZEL. A copy's $ORIGIN is its own directory, two below the plain library, where libKEP lies.
 function(zel_library target)
     add_library(${target} SHARED ${zelSources})
     target_include_directories(${target}
         PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
-        PRIVATE src)
+        PRIVATE "${PROJECT_SOURCE_DIR}/src")
     # Nothing throws, and the library needs nothing of the C++ runtime.
     target_compile_options(${target} PRIVATE -fno-exceptions ${zelWarnings})
     target_link_libraries(${target} PRIVATE ZEL-KEP)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cfloat>
+#include <type_traits>
 
 // The build's flags rule these out (cmake/flags.cmake). Where another build's don't, it stops here.
 #if defined(__FAST_MATH__) || defined(__ASSOCIATIVE_MATH__) || defined(__RECIPROCAL_MATH__) || \
@@ -101,11 +102,36 @@ auto single(X... x) {
         return Formula::element(x...);
 }
 
+// Bytes of all arrays of a call beyond which no cache keeps what is written until it is read again. The largest that one
+// core reaches alone have 96 MiB; where many cores share more, they share it. Tests build with a lower bound.
+#ifndef ZEL_CACHE_BYTES
+#    define ZEL_CACHE_BYTES (Count{128} << 20)
+#endif
+
+/// Whether d is better stored past the caches: the arrays are larger than any of them, and d is none of its sources. An
+/// ordinary store would read each line of d from memory before it is overwritten.
+template <class... X>
+bool beyondCaches(const void* d, Count num, X... x) {
+    constexpr Count bytesPerElement = 4 * (1 + (Count{std::is_pointer_v<X>} + ... + 0));
+    return num >= ZEL_CACHE_BYTES / bytesPerElement && (apartFrom(d, x, num * 4) && ...);
+}
+
+/// The aligned route with stores past the caches. Not inlined: the rare case of every SIMD member.
+template <class Formula, class Scope, class D, class... X>
+[[gnu::noinline]] void lanesPastCaches(D* d, Count num, X... x) {
+    alignedRoute<Scope>(
+        phase(d), num, [=](Count i) { d[i] = single<Formula>(at(x, i)...); },
+        [d, ... x = spread(x)](Count i) { storePast(d + i, Formula::lanes(load(x, i)...)); });
+    _mm_sfence();
+}
+
 /// A SIMD member: the aligned route if all arrays have the phase of d, else the fallback route,
 /// an element loop.
 template <class Formula, class Scope = NoScope, class D, class... X>
 inline void lanes(D* d, Count num, X... x) {
     if (!inPhase(d, x...)) return elements<Formula>(d, num, x...);
+    if (beyondCaches(d, num, x...)) [[unlikely]]
+        return lanesPastCaches<Formula, Scope>(d, num, x...);
     alignedRoute<Scope>(
         phase(d), num, [=](Count i) { d[i] = single<Formula>(at(x, i)...); },
         [d, ... x = spread(x)](Count i) { store(d + i, Formula::lanes(load(x, i)...)); });

@@ -33,6 +33,14 @@ inline bool apart(const void* p, Count pBytes, const void* q, Count qBytes) {
            second + static_cast<std::uintptr_t>(qBytes) <= first;
 }
 
+/// Whether `bytes` from d on have none in common with as many from x on.
+template <class T>
+bool apartFrom(const void* d, const T* x, Count bytes) {
+    return apart(d, bytes, x, bytes);
+}
+inline bool apartFrom(const void*, float, Count) { return true; }
+inline bool apartFrom(const void*, int, Count) { return true; }
+
 // ---- Elements
 
 /// Element i.
@@ -65,6 +73,10 @@ inline __m128i load(__m128i x, Count) { return x; }
 
 inline void store(float* d, __m128 x) { _mm_store_ps(d, x); }
 inline void store(int* d, __m128i x) { _mm_store_si128(reinterpret_cast<__m128i*>(d), x); }
+
+/// A store past the caches. _mm_sfence orders those of a call before whatever comes after it.
+inline void storePast(float* d, __m128 x) { _mm_stream_ps(d, x); }
+inline void storePast(int* d, __m128i x) { _mm_stream_si128(reinterpret_cast<__m128i*>(d), x); }
 
 /// x, held in a register. GCC would load a group anew for each of its uses, which a stream out of L2 feels.
 inline __m128 loadedOnce(__m128 x) {
