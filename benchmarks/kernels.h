@@ -103,6 +103,9 @@ Data makeData(bool apart);
 /// Prints the cycles of calls on 0 to 8 elements.
 void printCalls();
 
+/// Prints the times of five members one after the other over 2048 x 2048 elements.
+void printChains();
+
 /// Prints, row by row, the time of this build's libZEL over that of the library in another file, both called
 /// in turn: of rows with `filter` in their name, for counts up to largest. 0 if all went well.
 int compareWith(const char* library, const char* filter, std::vector<Count> counts);

@@ -81,6 +81,7 @@ Data bench::makeData(bool apart) {
 int main(int argc, char** argv) {
     const std::string mode = argc > 1 ? argv[1] : "";
     if (mode == "--calls") return bench::printCalls(), 0;
+    if (mode == "--chains") return bench::printChains(), 0;
     if (mode == "--against" && argc > 2) {
         std::vector<Count> counts;
         for (int k = 4; k < argc; ++k)

@@ -102,14 +102,15 @@ auto single(X... x) {
         return Formula::element(x...);
 }
 
-// Bytes of all arrays of a call beyond which no cache keeps what is written until it is read again. The largest that one
-// core reaches alone have 96 MiB; where many cores share more, they share it. Tests build with a lower bound.
+// Bytes of all arrays of a call beyond which no cache keeps what is written until it is read again. The
+// largest that one core reaches alone have 96 MiB; where many cores share more, they share it. Tests build
+// with a lower bound.
 #ifndef ZEL_CACHE_BYTES
 #    define ZEL_CACHE_BYTES (Count{128} << 20)
 #endif
 
-/// Whether d is better stored past the caches: the arrays are larger than any of them, and d is none of its sources. An
-/// ordinary store would read each line of d from memory before it is overwritten.
+/// Whether d is better stored past the caches: the arrays are larger than any of them, and d is none of its
+/// sources. An ordinary store would read each line of d from memory before it is overwritten.
 template <class... X>
 bool beyondCaches(const void* d, Count num, X... x) {
     constexpr Count bytesPerElement = 4 * (1 + (Count{std::is_pointer_v<X>} + ... + 0));
