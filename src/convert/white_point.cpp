@@ -129,7 +129,7 @@ struct Unmap {
 /// The last num & 3 elements downward, then the others upward, wherever the arrays lie.
 template <class Sample>
 void iwpointLoop(float* d, const Sample* a, float reciprocal, Sample black, Count num) {
-    const Count end = num & ~Count{3};
+    const Count end = num < 0 ? num : num & ~Count{3};  // of a negative count nothing is done
     for (Count i = num; i-- > end;) d[i] = Unmap::element(a[i], black, reciprocal);
     elements<Unmap>(d, end, a, black, reciprocal);
 }
