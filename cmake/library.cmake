@@ -9,6 +9,9 @@ set_target_properties(ZEL-KEP PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})
 target_compile_options(ZEL-KEP PRIVATE ${zelWarnings})
+# It calls nothing of the C library, but a shared library says what it belongs to.
+target_link_options(ZEL-KEP PRIVATE -nodefaultlibs LINKER:--no-as-needed)
+target_link_libraries(ZEL-KEP PRIVATE c)
 target_include_directories(ZEL-KEP PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kep>")
 
 set(zelSources
