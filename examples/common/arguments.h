@@ -7,11 +7,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
+#include <functional>
 #include <initializer_list>
+#include <map>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 /// The words of a command line, taken from the front. `--name=value` counts as two words.
 class Arguments {
@@ -71,12 +74,29 @@ public:
         return {width, height};
     }
 
+    /// Takes all words: options by what is to be done with each, and gives the others, which are files.
+    std::vector<std::string> files(
+        const std::map<std::string, std::function<void(const std::string& option)>>& options) {
+        std::vector<std::string> rest;
+        while (!empty()) {
+            const std::string word = next();
+            if (const auto option = options.find(word); option != options.end())
+                option->second(word);
+            else if (word.starts_with("-"))
+                throw std::runtime_error("unknown option " + word + "; --help lists them all");
+            else
+                rest.push_back(word);
+        }
+        return rest;
+    }
+
 private:
     std::deque<std::string> words;
 };
 
-/// A whole main: `--help` anywhere prints the help, and what `run` throws becomes one line on standard error.
-inline int program(const char* name, const char* help, int argc, char** argv, void (*run)(Arguments)) {
+/// A whole main: `--help` anywhere prints the help, and what `run` throws becomes one line on standard error, or
+/// none if there is nothing to tell.
+inline int program(const char* name, const char* help, int argc, char** argv, auto&& run) {
     std::string line;
     try {
         for (int i = 1; i < argc; ++i)
@@ -89,6 +109,6 @@ inline int program(const char* name, const char* help, int argc, char** argv, vo
         line = e.what();
         std::ranges::replace(line, '\n', ' ');
     }
-    std::fprintf(stderr, "%s: %s\n", name, line.c_str());
+    if (!line.empty()) std::fprintf(stderr, "%s: %s\n", name, line.c_str());
     return 1;
 }

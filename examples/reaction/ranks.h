@@ -1,0 +1,131 @@
+// What ranks, the processes that share a grid, do together: by MPI, or for one process without it.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "grid.h"
+
+#ifdef REACTION_MPI
+#    define OMPI_SKIP_MPICXX
+#    include <mpi.h>
+
+struct Ranks {
+    int rank = 0, count = 1;
+    MPI_Request messages[8];
+
+    Ranks() {
+        MPI_Init_thread(nullptr, nullptr, MPI_THREAD_FUNNELED, &rank);
+        MPI_Comm_rank(MPI_COMM_WORLD, &rank);
+        MPI_Comm_size(MPI_COMM_WORLD, &count);
+    }
+    ~Ranks() { MPI_Finalize(); }
+    int least(int x) {
+        MPI_Allreduce(MPI_IN_PLACE, &x, 1, MPI_INT, MPI_MIN, MPI_COMM_WORLD);
+        return x;
+    }
+    /// The rows of all ranks in the order of the grid, for rank 0.
+    void gather(const void* mine, void* all, std::int64_t bytesPerRow, std::int64_t height) {
+        std::vector<int> first, rows;
+        for (int r = 0; r < count; ++r) {
+            first.push_back(int(height * r / count));
+            rows.push_back(int(height * (r + 1) / count) - first[r]);
+        }
+        MPI_Datatype row;
+        MPI_Type_contiguous(int(bytesPerRow), MPI_BYTE, &row);
+        MPI_Type_commit(&row);
+        MPI_Gatherv(mine, rows[rank], row, all, rows.data(), first.data(), row, 0, MPI_COMM_WORLD);
+        MPI_Type_free(&row);
+    }
+    /// Fills rows 0 and rows + 1 from the neighbours; until it is finished, these belong to the messages.
+    void startExchange(Cells& cells) {
+        const int above = (rank + count - 1) % count, below = (rank + 1) % count, size = int(cells.width + 2);
+        for (const int field : {0, 1}) {
+            const auto row = [&](std::int64_t y) { return cells.row(field, y) - 1; };
+            MPI_Request* next = messages + 4 * field;
+            const int up = field, down = 2 + field;  // tags: both neighbours may be the same rank
+            MPI_Irecv(row(0), size, MPI_FLOAT, above, down, MPI_COMM_WORLD, next);
+            MPI_Irecv(row(cells.rows + 1), size, MPI_FLOAT, below, up, MPI_COMM_WORLD, next + 1);
+            MPI_Isend(row(1), size, MPI_FLOAT, above, up, MPI_COMM_WORLD, next + 2);
+            MPI_Isend(row(cells.rows), size, MPI_FLOAT, below, down, MPI_COMM_WORLD, next + 3);
+        }
+    }
+    void finishExchange() { MPI_Waitall(8, messages, MPI_STATUSES_IGNORE); }
+};
+
+/// A file that all ranks open and close together. Its rows move by calls that wait for no other rank: in collective
+/// ones a full disk leaves some ranks waiting for ever.
+struct File {
+    bool write, good;
+    MPI_File file = MPI_FILE_NULL;
+
+    File(const std::string& path, bool write) : write(write) {
+        const int mode = write ? MPI_MODE_WRONLY : MPI_MODE_RDONLY;
+        good = MPI_File_open(MPI_COMM_WORLD, path.c_str(), mode, MPI_INFO_NULL, &file) == MPI_SUCCESS;
+    }
+    void move(std::int64_t at, void* data, int bytes) {
+        MPI_Status status;
+        int code = 0, moved = 0;
+        if (good && write) code = MPI_File_write_at(file, at, data, bytes, MPI_BYTE, &status);
+        if (good && !write) code = MPI_File_read_at(file, at, data, bytes, MPI_BYTE, &status);
+        if (good && code == MPI_SUCCESS)
+            MPI_Get_count(&status, MPI_BYTE, &moved);  // success may be a part of it
+        good = good && moved == bytes;
+    }
+    /// Whether all went well on this rank; what was written is on the disk then.
+    bool close() {
+        if (file == MPI_FILE_NULL) return false;
+        if (write) good &= MPI_File_sync(file) == MPI_SUCCESS;
+        return MPI_File_close(&file) == MPI_SUCCESS && good;
+    }
+};
+#else
+#    include <fcntl.h>
+#    include <unistd.h>
+
+struct Ranks {
+    int rank = 0, count = 1;
+    int least(int x) { return x; }
+    void gather(const void* mine, void* all, std::int64_t bytesPerRow, std::int64_t height) {
+        std::memcpy(all, mine, bytesPerRow * height);
+    }
+    void startExchange(Cells& cells) {
+        for (const int field : {0, 1}) {
+            std::copy_n(cells.row(field, cells.rows) - 1, cells.width + 2, cells.row(field, 0) - 1);
+            std::copy_n(cells.row(field, 1) - 1, cells.width + 2, cells.row(field, cells.rows + 1) - 1);
+        }
+    }
+    void finishExchange() {}
+};
+
+struct File {
+    bool write;
+    int file;
+    bool good = file >= 0;
+
+    File(const std::string& path, bool write)
+        : write(write), file(open(path.c_str(), write ? O_WRONLY : O_RDONLY)) {}
+    void move(std::int64_t at, void* data, int bytes) {
+        good = good && (write ? pwrite(file, data, bytes, at) : pread(file, data, bytes, at)) == bytes;
+    }
+    bool close() {
+        good = good && fsync(file) == 0;
+        return ::close(file) == 0 && good;
+    }
+};
+#endif
+
+/// If any rank's work throws, all do: the first of them what it caught, the others nothing to tell.
+inline void together(Ranks& ranks, auto&& work) {
+    std::exception_ptr caught;
+    try {
+        work();
+    } catch (...) {
+        caught = std::current_exception();
+    }
+    const int speaker = ranks.least(caught ? ranks.rank : ranks.count);
+    if (speaker == ranks.rank) std::rethrow_exception(caught);
+    if (speaker < ranks.count) throw std::runtime_error("");
+}
