@@ -8,7 +8,8 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "ranks.h"
+#include "common/ranks.h"
+#include "grid.h"
 
 /// The sum of all rows' accounts, in the order of the grid wherever they come from. For rank 0.
 inline Account account(Ranks& ranks, Reaction& reaction) {
@@ -55,8 +56,9 @@ inline void saveCheckpoint(Ranks& ranks, Reaction& reaction, const std::string& 
                                 part = target.string() + ".part";
     Head head(ranks, reaction, step);
     const auto check = [&](int error) {
-        if (error) unlink(part.c_str());
-        if (error) throw std::runtime_error(path + ": can't be written: " + std::strerror(error));
+        if (error == 0) return;
+        unlink(part.c_str());
+        throw std::runtime_error(path + ": can't be written: " + std::strerror(error));
     };
     // Room for all of it first, since MPI tells little of a disk that fills up.
     together(ranks, [&] {
@@ -65,8 +67,7 @@ inline void saveCheckpoint(Ranks& ranks, Reaction& reaction, const std::string& 
         check(file < 0 ? errno : posix_fallocate(file, 0, head.bytes()));
         close(file);
     });
-    const bool good = transfer(part, true, ranks, head, reaction);
-    together(ranks, [&] { check(good ? 0 : EIO); });
+    together(ranks, [&, good = transfer(part, true, ranks, head, reaction)] { check(good ? 0 : EIO); });
     together(ranks, [&] {
         if (ranks.rank != 0) return;
         const int directory = open(target.parent_path().c_str(), O_RDONLY);

@@ -26,8 +26,7 @@ struct Cells {
     }
 };
 
-/// Of a row or of the grid: V's mass, the sum of squares of its change in the last step, CRC-32 of the cells of U and
-/// V, and of these and `keep`.
+/// Of a row or of the grid: V's mass, the squares of its change in the last step, CRC-32 of U and V, also with `keep`.
 struct Account {
     double mass = 0, change = 0;
     std::uint32_t digest = 0, checksum = 0;
@@ -43,9 +42,8 @@ struct Reaction {
     float* keepRow(std::int64_t y) { return &keep[y * now.stride + Cells::lead]; }
     /// The calling thread's own, kept from step to step.
     static float* scratch(std::int64_t size) {
-        static thread_local Floats mine(size);
-        mine.resize(size);
-        return mine.data();
+        static thread_local Floats mine;
+        return mine.resize(size), mine.data();
     }
 
     /// U everywhere, V in squares that `seed` places. V dies faster where the photograph, if any, is light.
@@ -114,7 +112,6 @@ struct Reaction {
         }
     }
 
-    /// A row each.
     std::vector<Account> accounts() {
         std::vector<Account> rows(now.rows);
 #pragma omp parallel for schedule(static)

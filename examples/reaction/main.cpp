@@ -36,8 +36,7 @@ struct Command {
 
     void parse(Arguments words) {
         const auto number = [&](double& to, double lowest, double highest) {
-            return
-                [=, &to, &words](const std::string& option) { to = words.number(option, lowest, highest); };
+            return [=, &to, &words](auto& option) { to = words.number(option, lowest, highest); };
         };
         files = words.files(
             {{"--steps", number(steps, 0, 1e9)},
@@ -48,12 +47,12 @@ struct Command {
              {"--every", number(every, 1, 1e9)},
              {"--size", [&](auto& option) { std::tie(width, height) = words.size(option, 65535); }},
              {"--checkpoint", [&](auto& option) { save = words.value(option); }},
-             {"--resume", [&](auto& option) { resume = words.value(option); }},
-             {"--flag", [&](auto& option) {
+             {"--flag",
+              [&](auto& option) {
                   flag = words.oneOf(option, {"set", "clear"});
-              }}});
-        if (files.empty() || files.size() > 2)
-            throw std::runtime_error("it takes an output file, an input before it if any; --help tells more");
+              }},
+             {"--resume", [&](auto& option) { resume = words.value(option); }}});
+        if (files.empty() || files.size() > 2) throw std::runtime_error("it takes [INPUT.exr] OUTPUT.png");
         if (save.empty() ? every > 0 : save == files.back())
             throw std::runtime_error("--every needs --checkpoint, and that a file of its own");
         if (every == 0) every = 1000;
@@ -82,21 +81,25 @@ static void run(Ranks& ranks, const Arguments& arguments) {
                                           unsigned(seed), photograph);
     });
     Reaction& reaction = *made;
-    const std::int64_t steps = std::int64_t(command.steps), width = command.width, height = command.height;
+    const std::int64_t steps = std::int64_t(command.steps), width = command.width, height = command.height,
+                       rows = reaction.now.rows;
     const std::int64_t begin =
         command.resume.empty() ? 0 : loadCheckpoint(ranks, reaction, command.resume, steps);
-    for (std::int64_t y = 1; y <= reaction.now.rows; ++y) reaction.now.joinEnds(y);
+    for (std::int64_t y = 1; y <= rows; ++y) reaction.now.joinEnds(y);
     ZEL_Math::forceSIMD(command.flag == "set");
     for (const auto& note : notes) std::printf("%s\n", note.c_str());
 
-    const bool watched = ranks.rank == 0 && isatty(STDERR_FILENO);
+    const bool watched = ranks.rank == 0 && isatty(2);
     double seconds = 0, shown = 0;
     for (std::int64_t done = begin + 1; done <= steps; ++done) {
         const auto start = std::chrono::steady_clock::now();
-        ranks.startExchange(reaction.now);
-        reaction.advance(2, reaction.now.rows - 1);
+        for (const int field : {0, 1}) {
+            const auto row = [&](std::int64_t y) { return reaction.now.row(field, y) - 1; };
+            ranks.startExchange(row(0), row(1), row(rows), row(rows + 1), int(width + 2));
+        }
+        reaction.advance(2, rows - 1);
         ranks.finishExchange();
-        for (const std::int64_t y : std::set{std::int64_t{1}, reaction.now.rows}) reaction.advance(y, y);
+        for (const std::int64_t y : std::set{std::int64_t{1}, rows}) reaction.advance(y, y);
         std::swap(reaction.now, reaction.next);
         seconds += since(start);
         if (watched && seconds > shown + 0.2)
@@ -124,20 +127,19 @@ static void run(Ranks& ranks, const Arguments& arguments) {
     std::array<double, 2> best = {1e9, 1e9};
     for (int k = 0; k < 10; ++k) {
         const auto start = std::chrono::steady_clock::now();
-        reaction.advance(1, reaction.now.rows, k % 2 ? (reaction.now.rows + threads - 1) / threads : 1);
+        reaction.advance(1, rows, k % 2 ? (rows + threads - 1) / threads : 1);
         best[k % 2] = std::min(best[k % 2], since(start));
     }
-    const double cells = 1e-9 * double(width * reaction.now.rows);
-    std::printf("%ld x %ld cells, %d ranks, %d threads each, flag %s\n", width, height, ranks.count, threads,
-                command.flag.c_str());
+    const double cells = 1e-9 * double(width * rows);
+    std::printf("%ld x %ld cells, %d ranks, %d threads each\n", width, height, ranks.count, threads);
     if (begin < steps)
         std::printf("%.3g s, %.3g ns a cell and step\n", seconds,
                     1e9 * seconds / double(width * height * (steps - begin)));
-    std::printf("this rank alone: %.3g ns a row at a time, %.3g ns over whole arrays\n", best[0] / cells,
-                best[1] / cells);
     std::printf(
-        "164 bytes a cell and step through the calls, 28 of them by way of memory beyond the caches\n");
-    std::printf("digest %08x\n", digest);
+        "this rank alone: %.3g ns a row at a time, %.3g ns over whole arrays\n"
+        "164 bytes a cell and step by calls, 28 of them by memory where the caches are too small\n"
+        "digest %08x\n",
+        best[0] / cells, best[1] / cells, digest);
 }
 
 int main(int argc, char** argv) {

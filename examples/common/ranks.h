@@ -1,20 +1,21 @@
-// What ranks, the processes that share a grid, do together: by MPI, or for one process without it.
+// What ranks, the processes that share the rows of an array, do together: by MPI, or for one process without it.
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <exception>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "grid.h"
-
-#ifdef REACTION_MPI
+#ifdef WITH_MPI
 #    define OMPI_SKIP_MPICXX
 #    include <mpi.h>
 
 struct Ranks {
     int rank = 0, count = 1;
-    MPI_Request messages[8];
+    std::vector<MPI_Request> messages;
 
     Ranks() {
         MPI_Init_thread(nullptr, nullptr, MPI_THREAD_FUNNELED, &rank);
@@ -39,20 +40,23 @@ struct Ranks {
         MPI_Gatherv(mine, rows[rank], row, all, rows.data(), first.data(), row, 0, MPI_COMM_WORLD);
         MPI_Type_free(&row);
     }
-    /// Fills rows 0 and rows + 1 from the neighbours; until it is finished, these belong to the messages.
-    void startExchange(Cells& cells) {
-        const int above = (rank + count - 1) % count, below = (rank + 1) % count, size = int(cells.width + 2);
-        for (const int field : {0, 1}) {
-            const auto row = [&](std::int64_t y) { return cells.row(field, y) - 1; };
-            MPI_Request* next = messages + 4 * field;
-            const int up = field, down = 2 + field;  // tags: both neighbours may be the same rank
-            MPI_Irecv(row(0), size, MPI_FLOAT, above, down, MPI_COMM_WORLD, next);
-            MPI_Irecv(row(cells.rows + 1), size, MPI_FLOAT, below, up, MPI_COMM_WORLD, next + 1);
-            MPI_Isend(row(1), size, MPI_FLOAT, above, up, MPI_COMM_WORLD, next + 2);
-            MPI_Isend(row(cells.rows), size, MPI_FLOAT, below, down, MPI_COMM_WORLD, next + 3);
-        }
+    /// Fills the rows `above` and `below` this rank's from the neighbours, the last and first of all being neighbours;
+    /// sends its own `first` and `last`. Until the exchange is finished, all four belong to the messages.
+    void startExchange(float* above, const float* first, const float* last, float* below, int size) {
+        const int before = (rank + count - 1) % count, after = (rank + 1) % count;
+        // Both neighbours may be the same rank: the tag tells which row it is.
+        const int up = int(messages.size()), down = up + 1;
+        messages.resize(messages.size() + 4);
+        MPI_Request* message = &messages[up];
+        MPI_Irecv(above, size, MPI_FLOAT, before, down, MPI_COMM_WORLD, message);
+        MPI_Irecv(below, size, MPI_FLOAT, after, up, MPI_COMM_WORLD, message + 1);
+        MPI_Isend(first, size, MPI_FLOAT, before, up, MPI_COMM_WORLD, message + 2);
+        MPI_Isend(last, size, MPI_FLOAT, after, down, MPI_COMM_WORLD, message + 3);
     }
-    void finishExchange() { MPI_Waitall(8, messages, MPI_STATUSES_IGNORE); }
+    void finishExchange() {
+        MPI_Waitall(int(messages.size()), messages.data(), MPI_STATUSES_IGNORE);
+        messages.clear();
+    }
 };
 
 /// A file that all ranks open and close together. Its rows move by calls that wait for no other rank: in collective
@@ -91,11 +95,9 @@ struct Ranks {
     void gather(const void* mine, void* all, std::int64_t bytesPerRow, std::int64_t height) {
         std::memcpy(all, mine, bytesPerRow * height);
     }
-    void startExchange(Cells& cells) {
-        for (const int field : {0, 1}) {
-            std::copy_n(cells.row(field, cells.rows) - 1, cells.width + 2, cells.row(field, 0) - 1);
-            std::copy_n(cells.row(field, 1) - 1, cells.width + 2, cells.row(field, cells.rows + 1) - 1);
-        }
+    void startExchange(float* above, const float* first, const float* last, float* below, int size) {
+        std::copy_n(last, size, above);
+        std::copy_n(first, size, below);
     }
     void finishExchange() {}
 };
