@@ -130,7 +130,6 @@ static void run(Ranks& ranks, const Arguments& arguments) {
         reaction.advance(1, rows, k % 2 ? (rows + threads - 1) / threads : 1);
         best[k % 2] = std::min(best[k % 2], since(start));
     }
-    const double cells = 1e-9 * double(width * rows);
     std::printf("%ld x %ld cells, %d ranks, %d threads each\n", width, height, ranks.count, threads);
     if (begin < steps)
         std::printf("%.3g s, %.3g ns a cell and step\n", seconds,
@@ -139,7 +138,7 @@ static void run(Ranks& ranks, const Arguments& arguments) {
         "this rank alone: %.3g ns a row at a time, %.3g ns over whole arrays\n"
         "164 bytes a cell and step by calls, 28 of them by memory where the caches are too small\n"
         "digest %08x\n",
-        best[0] / cells, best[1] / cells, digest);
+        1e9 * best[0] / double(width * rows), 1e9 * best[1] / double(width * rows), digest);
 }
 
 int main(int argc, char** argv) {

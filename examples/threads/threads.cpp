@@ -28,7 +28,7 @@ void inParts(const float* x, std::int64_t num, int parts, Work work) {
 }
 
 /// dotSIMD(a, b, num) to the bit: its blocks of 1024 elements side by side, their sums in its order.
-double dotInParts(const float* a, const float* b, std::int64_t num, int parts) {
+double dotInParts(const float* a, const float* b, std::int64_t num, [[maybe_unused]] int parts) {
     const auto phase = [](const float* p) {
         return static_cast<std::int64_t>(-(reinterpret_cast<std::uintptr_t>(p) / 4) & 3);
     };
