@@ -29,7 +29,8 @@ ${zelNoLicence}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.33)")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/lib")
-# A package built with libZEL names this one as its dependency: from this version on, as long as the ABI has this number.
+# A package built with libZEL names this one as its dependency: from this version on, as long as the ABI
+# has this number.
 set(zelShlibs "")
 foreach(zelName IN ITEMS ZEL KEP)
     string(APPEND zelShlibs "lib${zelName} ${PROJECT_VERSION_MAJOR} ${zelRuntimePackage} (>= ${PROJECT_VERSION})\n")

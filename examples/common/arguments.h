@@ -94,8 +94,8 @@ private:
     std::deque<std::string> words;
 };
 
-/// A whole main: `--help` anywhere prints the help, and what `run` throws becomes one line on standard error, or
-/// none if there is nothing to tell.
+/// A whole main: `--help` anywhere prints the help, and what `run` throws becomes one line on standard error,
+/// or none if there is nothing to tell.
 inline int program(const char* name, const char* help, int argc, char** argv, auto&& run) {
     std::string line;
     try {

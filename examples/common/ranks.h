@@ -1,4 +1,5 @@
-// What ranks, the processes that share the rows of an array, do together: by MPI, or for one process without it.
+// What ranks, the processes that share the rows of an array, do together: by MPI, or for one
+// process without it.
 #pragma once
 
 #include <algorithm>
@@ -40,8 +41,9 @@ struct Ranks {
         MPI_Gatherv(mine, rows[rank], row, all, rows.data(), first.data(), row, 0, MPI_COMM_WORLD);
         MPI_Type_free(&row);
     }
-    /// Fills the rows `above` and `below` this rank's from the neighbours, the last and first of all being neighbours;
-    /// sends its own `first` and `last`. Until the exchange is finished, all four belong to the messages.
+    /// Fills the rows `above` and `below` this rank's from the neighbours, the last and first of all
+    /// being neighbours; sends its own `first` and `last`. Until the exchange is finished, all four
+    /// belong to the messages.
     void startExchange(float* above, const float* first, const float* last, float* below, int size) {
         const int before = (rank + count - 1) % count, after = (rank + 1) % count;
         // Both neighbours may be the same rank: the tag tells which row it is.
@@ -59,8 +61,8 @@ struct Ranks {
     }
 };
 
-/// A file that all ranks open and close together. Its rows move by calls that wait for no other rank: in collective
-/// ones a full disk leaves some ranks waiting for ever.
+/// A file that all ranks open and close together. Its rows move by calls that wait for no other rank: in
+/// collective ones a full disk leaves some ranks waiting for ever.
 struct File {
     bool write, good;
     MPI_File file = MPI_FILE_NULL;

@@ -1,6 +1,6 @@
 // The rows of a grid that one rank holds, and Gray and Scott's reaction on them: P. Gray and S. K. Scott,
-// Chemical Engineering Science 39 (1984). V eats U and becomes more V; U is fed in, V is killed, both diffuse. All
-// members called give the same bits at any address, with any flag, in every copy of the library.
+// Chemical Engineering Science 39 (1984). V eats U and becomes more V; U is fed in, V is killed, both
+// diffuse. All members called give the same bits at any address, with any flag, in every copy of the library.
 #pragma once
 
 #include <zlib.h>
@@ -11,8 +11,8 @@
 #include "ZEL_Math.h"
 #include "common/image.h"
 
-/// U's plane and then V's, each with a row more above and below, 0 and rows + 1, for the neighbours'. A row has
-/// room on either side for the cell at its other end, so that x - 1 and x + 1 are addresses.
+/// U's plane and then V's, each with a row more above and below, 0 and rows + 1, for the neighbours'. A row
+/// has room on either side for the cell at its other end, so that x - 1 and x + 1 are addresses.
 struct Cells {
     static constexpr std::int64_t lead = 16;  // a row begins on a cache line
     std::int64_t width, rows, stride = lead + (width + lead - 1) / lead * lead;
@@ -26,7 +26,8 @@ struct Cells {
     }
 };
 
-/// Of a row or of the grid: V's mass, the squares of its change in the last step, CRC-32 of U and V, also with `keep`.
+/// Of a row or of the grid: V's mass, the squares of its change in the last step, CRC-32 of U and V,
+/// also with `keep`.
 struct Account {
     double mass = 0, change = 0;
     std::uint32_t digest = 0, checksum = 0;
@@ -81,7 +82,8 @@ struct Reaction {
         }
     }
 
-    /// `next` from `now` in rows `from` to `to`: each member called for `block` rows at a time, by all threads.
+    /// `next` from `now` in rows `from` to `to`: each member called for `block` rows at a time,
+    /// by all threads.
     void advance(std::int64_t from, std::int64_t to, std::int64_t block = 1) {
 #pragma omp parallel for schedule(static) if (to > from)
         for (std::int64_t y = from; y <= to; y += block) {
