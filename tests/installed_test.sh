@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # What is installed serves an outside project, once with find_package and once with pkg-config:
-#   installed_test.sh BUILD_DIRECTORY COMPILER moved|apart|packages...
+#   installed_test.sh BUILD_DIRECTORY COMPILER moved|apart|wide|packages...
 set -euo pipefail
 
 build=$1
@@ -48,6 +48,21 @@ apart() {
         -DCMAKE_INSTALL_LIBDIR="$temp/apart/lib"
     quietly cmake --install "$temp/build"
     consume "$temp/apart" "$temp/apart/lib"
+}
+# The loader takes the copy for a level where the machine has it, and each copy gives the bits of the plain library.
+wide() {
+    local libraries loader library level output plain=
+    quietly cmake --install "$build" --prefix "$temp/wide"
+    libraries=$(dirname "$(find "$temp/wide" -name glibc-hwcaps)")
+    loader=$(readelf -l "$build/bin/zel-test" | sed -n 's/.*interpreter: \(.*\)]/\1/p')
+    for library in "$libraries"/{,glibc-hwcaps/*/}libZEL.so.1; do
+        level=$(basename "$(dirname "$library")")  # of the plain library no level, so that no copy is taken
+        [[ $library != */glibc-hwcaps/* ]] || "$loader" --help | grep -q "$level (supported" || continue
+        output=$("$loader" --library-path "$libraries" --glibc-hwcaps-mask "$level" "$build/bin/zel-test" --gtest_brief=1) ||
+            fail "$level: $output"
+        [[ $output == *"library $library"$'\n'* ]] || fail "$level isn't what is loaded: $output"
+        [[ ${output##*digest } == "${plain:=${output##*digest }}" ]] || fail "$level: not $plain but $output"
+    done
 }
 # The Debian packages, each unpacked by itself, and both together.
 packages() {
