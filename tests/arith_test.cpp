@@ -9,10 +9,10 @@ using namespace test;
 namespace {
 
 const Register addSubMul([] {
-    const auto addition = [](auto& d, auto a, auto b) { d = sum(a, b); };
-    const auto addInt = [](int& d, int a, int b) { d = static_cast<int>(std::int64_t{a} + b); };
-    const auto difference = [](auto& d, auto a, auto b) { d = a - b; };
-    const auto times = [](auto& d, auto a, auto b) { d = product(a, b); };
+    const auto addition = [](auto, auto a, auto b) { return sum(a, b); };
+    const auto addInt = [](int, int a, int b) { return static_cast<int>(std::int64_t{a} + b); };
+    const auto difference = [](auto, auto a, auto b) { return a - b; };
+    const auto times = [](auto, auto a, auto b) { return product(a, b); };
     real<Array, Array>(Z::add, Z::addSIMD, Z::add, addition);
     real<Array, Value>(Z::add, Z::addSIMD, Z::add, addition);
     both<int, Array<int>, Array<int>>(Z::add, Z::addSIMD, addInt);
@@ -24,83 +24,84 @@ const Register addSubMul([] {
     real<Array, Value>(Z::mul, Z::mulSIMD, Z::mul, times);
 });
 
-using ByValue = void (*)(float*, const float*, float, Count);
+/// A dispatching member that divides an array by a value, and has no SIMD member.
+template <class Formula>
+Row& divisionByValue(Member<float, Array<float>, float> member, Formula formula) {
+    return add(formulaRow<float, Array<float>, float>(member, Kind::dispatching, formula));
+}
 
 const Register division([] {
-    const auto quotient = [](auto& d, auto a, auto b) { d = a / b; };
-    const auto estimate = [](float& d, float a, float b) { d = product(a, rcp(b)); };
+    const auto quotient = [](auto, auto a, auto b) { return a / b; };
+    const auto estimate = [](float, float a, float b) { return product(a, rcp(b)); };
     real<Array, Array>(Z::div, Z::divSIMD, Z::div, quotient);
     real<Value, Array>(Z::div, Z::divSIMD, Z::div, quotient);
-    for (Row& row : real<Array, Array>(Z::fdiv, Z::fdivSIMD, Z::fdiv, quotient, estimate))
-        row.estimate = true;
-    for (Row& row : real<Value, Array>(Z::fdiv, Z::fdivSIMD, Z::fdiv, quotient, estimate))
-        row.estimate = true;
+    real<Array, Array>(Z::fdiv, Z::fdivSIMD, Z::fdiv, quotient, estimate);
+    real<Value, Array>(Z::fdiv, Z::fdivSIMD, Z::fdiv, quotient, estimate);
     // A value divisor is one reciprocal and a product, on every route.
-    const auto byReciprocal = [](float& d, float a, float b) { d = product(a, 1.0f / b); };
-    add(formulaRow(ByValue(Z::div), Kind::dispatching, byReciprocal));
-    add(formulaRow(ByValue(Z::fdiv), Kind::dispatching, byReciprocal));
+    const auto byReciprocal = [](float, float a, float b) { return product(a, 1.0f / b); };
+    divisionByValue(Z::div, byReciprocal);
+    divisionByValue(Z::fdiv, byReciprocal);
 
-    const auto guarded = [](auto& d, auto a, auto b) {
-        d = b == 0 ? a / std::numeric_limits<decltype(b)>::infinity() : a / b;
+    const auto guarded = [](auto, auto a, auto b) {
+        return b == 0 ? a / std::numeric_limits<decltype(b)>::infinity() : a / b;
     };
-    const auto valueLane = [](float& d, float a, float b) { d = b == 0 ? 0.0f : a / b; };
     real<Array, Array>(Z::safediv, Z::safedivSIMD, Z::safediv, guarded);
-    real<Value, Array>(Z::safediv, Z::safedivSIMD, Z::safediv, guarded, valueLane);
-    const auto byGuarded = [](float& d, float a, float b) { d = b == 0 ? 0.0f : product(a, 1.0f / b); };
-    Row& row = add(formulaRow(ByValue(Z::safediv), Kind::dispatching, byGuarded));
-    row.adjust = [](Case& c, const auto& random) {
-        if (random() % 4 == 0) c.give(2, random() & 0x80000000);
+    real<Value, Array>(Z::safediv, Z::safedivSIMD, Z::safediv, guarded,
+                       [](float, float a, float b) { return b == 0 ? 0.0f : a / b; });
+    Row& row = divisionByValue(Z::safediv,
+                               [](float, float a, float b) { return b == 0 ? 0.0f : product(a, 1.0f / b); });
+    row.adjust = [](Case& c) {
+        if (below(4) == 0) c.give(2, below(2) ? 0.0f : -0.0f);
     };
     // A zero divisor fills d: the phase of a, which isn't read, plays no part then.
-    row.order = [](const Row& r, const Case& c) {
-        return c.flag && c.item<float>(2) == 0 ? road(c.phase(0), c.count) : standardOrder(r, c);
+    row.order = [](const Case& c) {
+        return c.flag && c.item<float>(2) == 0 ? road(c.phase(0), c.count) : standardOrder(c);
     };
 });
 
 const Register reciprocalAndRoots([] {
-    const auto invert = [](auto& d, auto a) { d = 1 / a; };
-    const auto invertLane = [](float& d, float a) { d = rcp(a); };
-    const auto root = [](auto& d, auto a) { d = std::sqrt(a); };
-    const auto rootLane = [](float& d, float a) { d = rcp(rsqrt(a)); };
-    const auto inverseRoot = [](auto& d, auto a) { d = 1 / std::sqrt(a); };
-    const auto inverseRootLane = [](float& d, float a) { d = rsqrt(a); };
-    for (Row& row : real<Array>(Z::invert, Z::invertSIMD, Z::invert, invert, invertLane)) row.estimate = true;
-    real<Array>(Z::sqrt, Z::sqrtSIMD, Z::sqrt, root);
-    for (Row& row : real<Array>(Z::fsqrt, Z::fsqrtSIMD, Z::fsqrt, root, rootLane)) row.estimate = true;
-    for (Row& row : real<Array>(Z::isqrt, Z::isqrtSIMD, Z::isqrt, inverseRoot, inverseRootLane))
-        row.estimate = true;
+    const auto invert = [](auto, auto a) { return 1 / a; };
+    const auto root = [](auto, auto a) { return std::sqrt(a); };
+    const auto inverseRoot = [](auto, auto a) { return 1 / std::sqrt(a); };
+    allInputs(real<Array>(Z::invert, Z::invertSIMD, Z::invert, invert, [](float, float a) { return rcp(a); }),
+              {0x1F80, 0x3F80, 0x5F80, 0x7F80, 0x9FC0});
+    allInputs(real<Array>(Z::sqrt, Z::sqrtSIMD, Z::sqrt, root));
+    allInputs(
+        real<Array>(Z::fsqrt, Z::fsqrtSIMD, Z::fsqrt, root, [](float, float a) { return rcp(rsqrt(a)); }));
+    allInputs(
+        real<Array>(Z::isqrt, Z::isqrtSIMD, Z::isqrt, inverseRoot, [](float, float a) { return rsqrt(a); }));
 });
 
 const Register signAndRange([] {
-    const auto abs = [](auto& d, auto a) { d = std::copysign(a, decltype(a)(1)); };
-    const auto negate = [](auto& d, auto a) { d = std::copysign(a, std::signbit(a) ? 1.0f : -1.0f); };
-    real<Array>(Z::abs, Z::absSIMD, Z::abs, abs, [](float& d, float a) { d = greatest(0.0f - a, a); });
-    real<Array>(Z::negate, Z::negateSIMD, Z::negate, negate, [](float& d, float a) { d = 0.0f - a; });
+    const auto abs = [](auto, auto a) { return std::copysign(a, decltype(a)(1)); };
+    const auto absLane = [](float, float a) { return greatest(0.0f - a, a); };
+    const auto negate = [](auto, auto a) { return std::copysign(a, decltype(a)(std::signbit(a) ? 1 : -1)); };
+    allInputs(real<Array>(Z::abs, Z::absSIMD, Z::abs, abs, absLane));
+    allInputs(
+        real<Array>(Z::negate, Z::negateSIMD, Z::negate, negate, [](float, float a) { return 0.0f - a; }));
 
     const std::size_t first = rows().size();
-    const auto min = [](auto& d, auto a, auto b) { d = b < a ? b : a; };
-    const auto max = [](auto& d, auto a, auto b) { d = b > a ? b : a; };
-    const auto minLane = [](float& d, float a, float b) { d = least(a, b); };
-    const auto maxLane = [](float& d, float a, float b) { d = greatest(a, b); };
+    const auto min = [](auto, auto a, auto b) { return b < a ? b : a; };
+    const auto max = [](auto, auto a, auto b) { return b > a ? b : a; };
+    const auto minLane = [](float, float a, float b) { return least(a, b); };
+    const auto maxLane = [](float, float a, float b) { return greatest(a, b); };
     real<Array, Array>(Z::zelmin, Z::zelminSIMD, Z::zelmin, min, minLane);
     real<Array, Value>(Z::zelmin, Z::zelminSIMD, Z::zelmin, min, minLane);
     real<Array, Array>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, max, maxLane);
     real<Array, Value>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, max, maxLane);
     // Whether an element choice is that instruction is the compiler's, so denormals stay denormals here.
-    for (std::size_t k = first; k < rows().size(); ++k)
-        rows()[k].adjust = [](Case& c, const auto&) { c.control &= ~0x40u; };
+    for (Row& row : std::span(rows()).subspan(first)) row.adjust = [](Case& c) { c.control &= ~0x40u; };
     both<float, Array<float>, float, float>(
         Z::clamp, Z::clampSIMD,
-        [](float& d, float a, float lo, float hi) {
-            d = hi <= a ? hi : a;
-            if (lo >= a) d = lo;
-        },
-        [](float& d, float a, float lo, float hi) { d = greatest(lo, least(hi, a)); });
+        [](float, float a, float lo, float hi) { return lo >= a   ? lo
+                                                        : hi <= a ? hi
+                                                                  : a; },
+        [](float, float a, float lo, float hi) { return greatest(lo, least(hi, a)); });
 });
 
 const Register multiplyAdd([] {
-    const auto madd = [](auto& d, auto a, auto b) { d = sum(d, product(a, b)); };
-    const auto scaleoffset = [](auto& d, auto a, auto b) { d = sum(product(d, a), b); };
+    const auto madd = [](auto d, auto a, auto b) { return sum(d, product(a, b)); };
+    const auto scaleoffset = [](auto d, auto a, auto b) { return sum(product(d, a), b); };
     real<Array, Array>(Z::madd, Z::maddSIMD, Z::madd, madd);
     real<Array, Value>(Z::madd, Z::maddSIMD, Z::madd, madd);
     real<Array, Array>(Z::scaleoffset, Z::scaleoffsetSIMD, Z::scaleoffset, scaleoffset);
@@ -109,28 +110,35 @@ const Register multiplyAdd([] {
     real<Value, Value>(Z::scaleoffset, Z::scaleoffsetSIMD, Z::scaleoffset, scaleoffset);
 });
 
-/// lerp with the flag set: two passes over the same memory, each on a road of its own, which one operand plays no part in.
-template <class Signature, class First, class Second>
-void lerpRow(Signature* member, std::size_t notInFirst, First first, std::size_t notInSecond, Second second) {
-    Row row = formulaRow(member, Kind::loop,
-                         [](float& d, float a, float b, float c) { d = sum(product(b - a, c), a); });
-    Row pass1 = formulaRow(member, Kind::simd, first), pass2 = formulaRow(member, Kind::simd, second);
-    pass1.operands[notInFirst].phased = pass2.operands[notInSecond].phased = false;
-    row.model = [=, loop = row.model](const Row& r, const Case& c) {
-        if (!c.flag) return loop(r, c);
-        pass1.model(pass1, c);
-        return pass2.model(pass2, c);
+/// lerp: with the flag clear one formula, with the flag set two calls over the same memory. An operand that takes no
+/// part in a call plays no part in its route.
+template <class C, class First, class Second>
+void lerpRow(Member<float, Array<float>, Array<float>, C> member, std::vector<std::size_t> inFirst,
+             First first, std::vector<std::size_t> inSecond, Second second) {
+    const auto pass = [](const Case& c, const std::vector<std::size_t>& arrays, auto formula) {
+        for (const Step& step : road(c.phaseOf(arrays), c.count))
+            work<float, Array<float>, Array<float>, C>(formula, c, step);
     };
-    add(row);
+    add(modelRow(member, Kind::dispatching, [=](const Case& c) {
+        if (c.flag) {
+            pass(c, inFirst, first);
+            pass(c, inSecond, second);
+        } else {
+            pass(c, {}, [](float, float a, float b, float c) { return sum(product(b - a, c), a); });
+        }
+        return std::uint64_t{0};
+    }));
 }
 
 const Register interpolation([] {
-    lerpRow<void(float*, const float*, const float*, const float*, Count)>(
-        Z::lerp, 3, [](float& d, float a, float b, float) { d = b - a; },  //
-        2, [](float& d, float a, float, float c) { d = sum(product(d, c), a); });
-    lerpRow<void(float*, const float*, const float*, float, Count)>(
-        Z::lerp, 2, [](float& d, float a, float, float c) { d = product(a, 1.0f - c); },  //
-        1, [](float& d, float, float b, float c) { d = sum(d, product(b, c)); });
+    lerpRow<Array<float>>(
+        Z::lerp,  //
+        {0, 1, 2}, [](float, float a, float b, float) { return b - a; }, {0, 1, 3},
+        [](float d, float a, float, float c) { return sum(product(d, c), a); });
+    lerpRow<float>(
+        Z::lerp,  //
+        {0, 1}, [](float, float a, float, float c) { return product(a, 1.0f - c); }, {0, 2},
+        [](float d, float, float b, float c) { return sum(d, product(b, c)); });
 });
 
 }  // namespace

@@ -9,11 +9,11 @@ enum class Fourth { scaled, added, none };
 
 /// Lanes read what each vector meets once, before all; elements read it as it stands at each vector.
 bool onLanes(const Case& c, Count least) { return c.flag && c.phase(0) == 0 && c.count >= least; }
-bool taken(const Case& c, Count i) { return c.places[3].null || c.item<Mask>(3, i) == 0; }
+bool taken(const Case& c, Count i) { return !c.places[2] || c.item<Mask>(2, i) == 0; }
 
 void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), bool column, int stride,
                Fourth fourth) {
-    Row row = modelRow(member, Kind::loop, [=](const Row&, const Case& c) -> std::uint64_t {
+    Row row = modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
         const int results = fourth == Fourth::scaled ? 4 : 3, terms = fourth == Fourth::none ? 3 : 4;
         const bool lanes = fourth == Fourth::scaled && onLanes(c, 1);
         float m[4][4];  // what scales component k in result j
@@ -37,12 +37,12 @@ void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), b
     row.operands[1].size = 4;
     // Floats of m up to the last one that the member names.
     row.operands[1].fixed = fourth == Fourth::scaled ? 16 : fourth == Fourth::none ? 11 : column ? 12 : 15;
-    row.operands[3].nullable = true;
+    row.operands[2].nullable = true;
     add(row);
 }
 
 void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), float (*formula)(float, float)) {
-    Row row = modelRow(member, Kind::loop, [=](const Row&, const Case& c) -> std::uint64_t {
+    Row row = modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
         float first[4];
         const bool lanes = onLanes(c, 4);
         for (int k = 0; k < 4 && lanes; ++k) first[k] = c.item<float>(1, k);
@@ -55,7 +55,7 @@ void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), float
         return 0;
     });
     row.operands[0].perCount = row.operands[1].fixed = 4;
-    row.operands[3].nullable = true;
+    row.operands[2].nullable = true;
     add(row);
 }
 

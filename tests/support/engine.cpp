@@ -8,9 +8,16 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
+#include <fstream>
+#include <numeric>
 #include <random>
 #include <stdexcept>
+
+// The address sanitizer's, null without it.
+extern "C" [[gnu::weak]] void __asan_poison_memory_region(const volatile void*, std::size_t);
+extern "C" [[gnu::weak]] void __asan_unpoison_memory_region(const volatile void*, std::size_t);
 
 namespace test {
 namespace {
@@ -22,50 +29,45 @@ std::byte* const thePanes = [] {
     for (int k = 0; k < 2 * panes; ++k) mprotect(first + k * paneStride, paneBytes, PROT_READ | PROT_WRITE);
     return first;
 }();
+std::byte* pane(int k) { return thePanes + k * paneStride; }
 
-// ---- Contents
+// ---- Random numbers and contents
 
-std::mt19937_64 theRandom;
-std::uint32_t below(std::uint32_t n) { return (theRandom() >> 32) * n >> 32; }
+/// Any word: what a row is tried with follows from it and from the row's name.
+const std::string theSeed = std::getenv("ZEL_TEST_SEED") ? std::getenv("ZEL_TEST_SEED") : "1";
+std::linear_congruential_engine<std::uint64_t, 6364136223846793005, 1442695040888963407, 0> theRandom;
+std::span<const std::uint8_t> theFuzz;  // a fuzzer's bytes come first
 
-/// The bits of a Float: zeros, denormals, infinities, NaNs of both kinds, what lies around 1 and the bounds of integers,
-/// everyday numbers, anything. If plain, just a number with the given exponent.
-template <class Float, class Bits>
-Bits content(bool plain, Bits below1) {
-    constexpr int shift = std::numeric_limits<Float>::digits - 1;
-    constexpr Bits bias = std::numeric_limits<Float>::max_exponent - 1, top = 2 * bias + 1;
-    constexpr Bits quiet = Bits{1} << (shift - 1), full = 2 * quiet - 1, sign = ~(~Bits{0} >> 1);
-    const Bits any = theRandom();
-    const Bits exponents[] = {0,         1,        bias - 2,  bias - 1,    bias,      bias + 1,
-                              bias + 2,  bias + 7, bias + 22, bias + 23,   bias + 24, bias + 30,
-                              bias + 31, top - 1,  top,       any >> shift};
-    const Bits fractions[] = {0, 1, quiet - 1, quiet, full, any, any, any & 7 * (quiet / 4)};
-    const Bits exponent = plain ? bias - below1 : exponents[below(16)];
-    const Bits fraction = plain ? any : fractions[below(8)];
-    return (any & sign) | (exponent & top) << shift | (fraction & full);
+std::uint64_t anything() {
+    std::uint64_t x = theRandom();
+    if (theFuzz.size() < sizeof x) return x ^ x >> 32;  // the lowest bits by themselves repeat soon
+    std::memcpy(&x, theFuzz.data(), sizeof x);
+    theFuzz = theFuzz.subspan(sizeof x);
+    return x;
 }
 
-/// Words of each content, drawn from by copying: the sweep is too big to make every word anew. The plain ones are
-/// numbers of like size within a stretch, since one NaN or infinity would hide every order of additions.
-const auto theSoups = [] {
-    std::array<std::array<std::vector<std::uint64_t>, 3>, 2> soups;
-    std::uint32_t below1 = 0;
-    for (const bool plain : {false, true})
-        for (int i = 0; i < 1 << 17; ++i) {
-            if (i % 256 == 0) below1 = below(32);
-            const std::uint64_t low = content<float>(plain, below1), high = content<float>(plain, below1);
-            constexpr std::uint64_t halves[] = {0, 0xFFFFFFFF, 0xFFFFFFFF00000000, 0xFFFFFFFFFFFFFFFF};
-            soups[plain][0].push_back(high << 32 | low);
-            soups[plain][1].push_back(content<double, std::uint64_t>(plain, below1));
-            soups[plain][2].push_back((high << 32 | low) & halves[below(4)]);
-        }
-    return soups;
-}();
+/// A float's word: zeros, denormals, infinities, NaNs of both kinds, what lies around 1 and the bounds of integers,
+/// anything.
+std::uint32_t special() {
+    const std::uint64_t any = anything();
+    const auto word = static_cast<std::uint32_t>(any);
+    const std::uint32_t exponents[] = {0,   1,   125, 126, 127, 128, 129, 134,
+                                       149, 150, 151, 157, 158, 254, 255, word >> 23 & 255};
+    const std::uint32_t fractions[] = {0, 1, 0x3FFFFF, 0x400000, 0x7FFFFF, word, word, word & 0x700000};
+    return (word & 0x80000000) | exponents[any >> 32 & 15] << 23 | (fractions[any >> 36 & 7] & 0x7FFFFF);
+}
 
-// ---- The case at work, for the report of a failure or a crash
+/// The double that is among doubles what this float is among floats.
+std::uint64_t widened(std::uint64_t word) {
+    const std::uint64_t exponent = word >> 23 & 255, wide = exponent == 255 ? 2047
+                                                            : exponent      ? exponent + 896
+                                                                            : 0;
+    return word >> 31 << 63 | wide << 52 | (word & 0x7FFFFF) << 29 | (word & 2 ? anything() & 0x1FFFFFFF : 0);
+}
 
-const Row* theRow;
-const Case* theCase;
+// ---- The report of a failure or a crash
+
+const Case* theCase;  // at work
 
 template <class... A>
 std::string format(const char* pattern, A... a) {
@@ -74,44 +76,94 @@ std::string format(const char* pattern, A... a) {
 }
 
 /// What went wrong in which case, and which elements lie at an address of the library's side.
-std::string report(const std::string& fault, const void* address = nullptr) {
-    if (!theCase) return fault + " outside of any case\n";
-    const Case& c = *theCase;
-    std::string text = fault + " in " + theRow->name;
+std::string report(const Case& c, const std::string& fault, const void* address = nullptr) {
+    std::string text = fault + " in " + c.row.name;
     text += format("\n  flag %d, count %ld, MXCSR %04x\n", c.flag, c.count, c.control);
-    const Count phase = lanePhase(*theRow, c);
+    const Count phase = c.lanePhase();
     const Groups groups(phase, c.count);
     for (std::size_t k = 0; k < c.places.size(); ++k) {
-        const Operand& o = theRow->operands[k];
-        const std::byte *from = c.at(k), *to = from + extent(o, c.count);
-        text += format("  operand %zu: phase %ld, %p to %p", k, c.phase(k), from, to);
-        if (!o.array) text += format(", value %lx", c.item<std::uint64_t>(k));
-        const Count i = (static_cast<const std::byte*>(address) - from) / o.size;
+        const auto bytes = c.bytes(k);
+        const void* const end = bytes.data() + bytes.size();
+        text += format("  operand %zu: ", k);
+        if (c.row.operands[k].array) text += format("phase %ld, %p to %p", c.phase(k), bytes.data(), end);
+        for (auto byte = bytes.end(); !c.row.operands[k].array && byte != bytes.begin();)
+            text += format("%02x", static_cast<unsigned>(*--byte));
+        const Count i = (static_cast<const std::byte*>(address) - bytes.data()) / c.row.operands[k].size;
         const char* part = phase < 0         ? "element loop"
                            : i < groups.lead ? "lead-in"
                            : i < groups.end  ? "lane group"
                                              : "tail";
-        if (address >= from && address < to) text += format(", there element %ld, %s", i, part);
+        if (address >= bytes.data() && address < end) text += format(", there element %ld, %s", i, part);
         text += "\n";
     }
     return text;
 }
 
 [[noreturn, maybe_unused]] void crashed(int signal, siginfo_t* info, void*) {
-    std::fputs(report(format("signal %d at %p", signal, info->si_addr), info->si_addr).c_str(), stderr);
+    const std::string fault = format("signal %d at %p", signal, info->si_addr);
+    std::fputs(theCase ? report(*theCase, fault, info->si_addr).c_str() : fault.c_str(), stderr);
     _exit(3);
 }
 
-// ---- One case
+// ---- One call
 
+Count theCalls = 0;
 std::uint64_t theDigests[] = {14695981039346656037u, 14695981039346656037u};  // the second of estimates
 
 void digest(const Row& row, std::uint64_t word) {
-    theDigests[row.estimate] = (theDigests[row.estimate] ^ word) * 1099511628211u;
+    std::uint64_t& sum = theDigests[row.bits == Bits::processor];
+    sum = (sum ^ word) * 1099511628211u;
 }
 
-/// Compares a stretch of memory and digests it; where the model leaves the NaN open, its bits stand for the library's.
-void compare(const Row& row, std::span<std::uint32_t> memory) {
+/// What is filled and compared: the operands that are there, each with what lies around it, as far as its pane goes.
+std::vector<std::span<std::uint32_t>> surroundings(const Case& c) {
+    std::vector<std::span<std::uint32_t>> all;
+    for (std::size_t k = 0; k < c.places.size(); ++k) {
+        if (!c.places[k]) continue;
+        const Count margin = c.row.operands[k].array ? 64 : 0;
+        std::byte* const first = pane((c.places[k] - thePanes) / paneStride);
+        const Count from = std::max<Count>(c.places[k] - first - margin, 0) & ~Count{7};
+        const Count to =
+            std::min(c.places[k] - first + std::ssize(c.bytes(k)) + margin + 7, paneBytes) & ~Count{7};
+        all.emplace_back(reinterpret_cast<std::uint32_t*>(first + from), (to - from) / 4);
+    }
+    return all;
+}
+
+/// Gives the values their places, and all operands numbers: special ones, or plain ones of like size, since one NaN or
+/// infinity would hide every order of additions.
+void fill(Case& c) {
+    for (std::size_t k = 0; k < c.places.size(); ++k)
+        if (!c.row.operands[k].array) c.places[k] = pane(valuePane) + 8 * k;
+    const std::uint32_t plain = below(2) ? 96 + below(32) : 0;
+    const auto number = [=] { return plain ? (anything() & 0x807FFFFF) | plain << 23 : special(); };
+    for (const auto memory : surroundings(c))
+        for (std::uint32_t& word : memory) word = number();
+    const Count i =
+        c.count ? below(c.count) : 0;  // where operands may hold a zero, or what the one before holds
+    for (std::size_t k = 0; k < c.places.size(); ++k) {
+        const Operand& o = c.row.operands[k];
+        const auto bytes = c.bytes(k);
+        if (o.content == Content::doubles)
+            for (std::size_t at = 0; at < bytes.size(); at += 8) {
+                const std::uint64_t wide = widened(number());
+                std::memcpy(&bytes[at], &wide, 8);
+            }
+        if (o.content == Content::masks)
+            for (std::size_t at = 0; at < bytes.size(); at += 4)
+                if (below(2)) std::memset(&bytes[at], 0, 4);
+        if (c.count == 0 || bytes.empty()) continue;
+        std::byte* const element = &bytes[o.fixed ? 0 : i * o.size];
+        const std::uint32_t choice = below(3);
+        if (choice == 0) std::memset(element, 0, o.size);
+        if (choice == 1 && k > 0 && o.size == c.row.operands[k - 1].size && c.places[k - 1])
+            std::memcpy(element, c.places[k - 1] + (c.row.operands[k - 1].fixed ? 0 : i * o.size), o.size);
+    }
+    c.row.adjust(c);
+}
+
+/// Compares memory and digests it; where the model leaves the NaN open, its bits stand for the library's.
+void compare(const Case& c, std::span<std::uint32_t> memory) {
     constexpr auto any = std::bit_cast<std::uint32_t>(anyNaN<float>);
     constexpr auto any64 = std::bit_cast<std::array<std::uint32_t, 2>>(anyNaN<double>);
     for (std::uint32_t& got : memory) {
@@ -119,149 +171,202 @@ void compare(const Row& row, std::span<std::uint32_t> memory) {
         const bool open = (want == any && (got & 0x7FC00000) == 0x7FC00000) || want == any64[0] ||
                           (want == any64[1] && (got & 0x7FF80000) == 0x7FF80000);
         if (got != want && !open)
-            throw std::runtime_error(report(format("wanted %08x, got %08x", want, got), &got));
+            throw std::runtime_error(report(c, format("wanted %08x, got %08x", want, got), &got));
         got = want;
-        digest(row, want);
+        digest(c.row, want);
     }
 }
 
-/// Fills the memory, calls member and model, compares everything; throws the report of a difference.
-void run(const Row& row, Case& c) {
-    theRow = &row;
+/// Calls member and model on what fill has left and compares everything; throws the report of a difference. Gives the
+/// bits of the result.
+std::uint64_t check(const Case& c) {
     theCase = &c;
-    std::vector<std::span<std::uint32_t>> filled;
-    const bool plain = below(2);
-    for (std::size_t k = 0; k < row.operands.size(); ++k) {
-        const Operand& o = row.operands[k];
-        Place& p = c.places[k];
-        if (!o.array) p = {valuePane, static_cast<Count>(8 * k)};
-        if (p.null) continue;
-        const Count margin = o.array ? 256 : 0;
-        const Count from = std::max<Count>(p.offset - margin, 0) & ~Count{7};
-        const Count to = std::min(p.offset + extent(o, c.count) + margin + 7, paneBytes) & ~Count{7};
-        const auto& soup = theSoups[plain][static_cast<std::size_t>(o.content)];
-        std::byte* const memory = thePanes + p.pane * paneStride + from;
-        std::memcpy(memory, &soup[below(soup.size() - (to - from) / 8)], to - from);
-        filled.emplace_back(reinterpret_cast<std::uint32_t*>(memory), (to - from) / 4);
-    }
-    if (row.adjust) row.adjust(c, [] { return theRandom(); });
+    const auto filled = surroundings(c);
     for (const auto memory : filled) std::ranges::copy(memory, memory.data() + modelDistance / 4);
+    // Under the address sanitizer, what isn't an operand can't even be read, or written back as it was.
+    for (const auto memory : filled)
+        if (__asan_poison_memory_region) __asan_poison_memory_region(memory.data(), memory.size_bytes());
+    for (std::size_t k = 0; k < c.places.size(); ++k)
+        if (__asan_unpoison_memory_region)
+            __asan_unpoison_memory_region(c.bytes(k).data(), c.bytes(k).size());
 
     ZEL_Math::forceSIMD(c.flag);
     _mm_setcsr(c.control);
-    const std::uint64_t got = row.call(c);
+    const std::uint64_t got = c.row.call(c);
     const unsigned after = _mm_getcsr();
+    for (const auto memory : filled)
+        if (__asan_unpoison_memory_region) __asan_unpoison_memory_region(memory.data(), memory.size_bytes());
     _mm_setcsr(c.control & ~_MM_EXCEPT_MASK);
-    theModelIsInvalid = false;
-    const std::uint64_t want = row.model(row, c);
+    theRaised = c.control & _MM_EXCEPT_MASK;
+    const std::uint64_t want = c.row.model(c);
     _mm_setcsr(0x1F80);
+    ++theCalls;
 
     if ((after ^ c.control) & ~_MM_EXCEPT_MASK)
-        throw std::runtime_error(report(format("MXCSR afterwards %04x", after)));
-    const bool invalid = theModelIsInvalid || c.control & _MM_EXCEPT_INVALID;
-    if (c.control & ~after || (row.raisesInvalid && invalid != (after & _MM_EXCEPT_INVALID)))
-        throw std::runtime_error(report(format("exceptions afterwards %02x", after & _MM_EXCEPT_MASK)));
+        throw std::runtime_error(report(c, format("MXCSR afterwards %04x", after)));
+    if (theRaised & ~after || after & ~theRaised & c.row.exceptions)
+        throw std::runtime_error(report(c, format("exceptions afterwards %02x", after & _MM_EXCEPT_MASK)));
     // Of a sum that is a NaN, it's open which one.
     const bool nan = std::isnan(std::bit_cast<double>(want)) && std::isnan(std::bit_cast<double>(got));
     if (got != want && !nan)
-        throw std::runtime_error(report(format("result: wanted %016lx, got %016lx", want, got)));
-    digest(row, nan ? 0 : want);
-    for (const auto memory : filled) compare(row, memory);
+        throw std::runtime_error(report(c, format("result: wanted %016lx, got %016lx", want, got)));
+    digest(c.row, nan ? 0 : want);
+    for (const auto memory : filled) compare(c, memory);
     theCase = nullptr;
+    return nan ? 0 : want;
 }
 
-// ---- The sweep over cases
+std::vector<std::byte> contents(const Case& c) {
+    std::vector<std::byte> all;
+    for (std::size_t k = 0; k < c.places.size(); ++k)
+        all.insert(all.end(), c.bytes(k).begin(), c.bytes(k).end());
+    return all;
+}
 
-class Sweep : public testing::Test {
+// ---- All calls of a row
+
+class Sweep {
 public:
-    explicit Sweep(const Row& r) : row(r), c{.places = std::vector<Place>(row.operands.size())} {
+    explicit Sweep(const Row& r) : row(r), c{.row = r, .places = std::vector<std::byte*>(r.operands.size())} {
         for (std::size_t k = 0; k < row.operands.size(); ++k)
             if (row.operands[k].array) arrays.push_back(k);
     }
 
     /// Every combination of phases with every count, and every pair of arrays at every shift with every count.
-    void TestBody() override {
-        theRandom.seed(row.name.size());
-        const std::uint32_t n = arrays.size(), trials = 25u << 2 * std::max(n, 2u);
-        for (std::uint32_t trial = 0; trial < 2 * trials; ++trial) {
-            c.flag = trial >= trials;
-            c.count = trial % 25;
-            if (c.count > 20) c.count = row.large[below(row.large.size())] + below(4);
-            place(trial / 25, true);
-            once();
-            place(trial / 25, false);
-            once();
-            if (n == 1) continue;
-            if (below(2)) place(below(4) * 0x55, false);
-            const std::size_t first = trial % n, second = first + 1 + trial / n % (n - 1);
-            for (std::size_t third = 0; third < n; ++third)  // sometimes all in one memory
-                if (third != first && below(3) == 0) overlap(arrays[first], arrays[third], below(19));
-            overlap(arrays[first], arrays[second % n], trial % 19);
-            once();
-        }
-        for (std::byte* pane = thePanes; pane < thePanes + modelDistance; pane += paneStride)
-            ASSERT_EQ(std::memcmp(pane, pane + modelDistance, paneBytes), 0)
-                << row.name << " wrote far away from its operands";
+    void run() {
+        for (int k = 0; k < panes; ++k)  // a row that failed leaves them unequal
+            std::memcpy(pane(k) + modelDistance, pane(k), paneBytes);
+        const std::string words = theSeed + row.name;
+        std::seed_seq seed(words.begin(), words.end());
+        theRandom.seed(seed);
+        const std::uint32_t trials = 50u << 2 * std::max<std::size_t>(arrays.size(), 2);
+        for (std::uint32_t trial = 0; trial < trials; ++trial) attempt(trial, trial >= trials / 2);
+        for (int k = 0; k < panes; ++k)
+            if (std::memcmp(pane(k), pane(k) + modelDistance, paneBytes) != 0)
+                throw std::runtime_error("something was written far away from its operands");
+        if (travelled != std::min(row.bits, Bits::phases))
+            throw std::runtime_error("the bits travel farther than the list of exports says");
+    }
+
+    void attempt(std::uint32_t trial, bool flag) {
+        const std::uint32_t n = arrays.size();
+        c.flag = flag;
+        c.count = trial % 25;
+        if (c.count > 20) c.count = row.large[below(row.large.size())] + below(4);
+        place(c, trial / 25, true);
+        draw();
+        check(c);
+        travel(trial / 25);
+        if (n == 1) return;
+        place(c, below(2) ? below(4) * 0x55 : trial / 25);
+        const std::size_t first = trial % n, second = first + 1 + trial / n % (n - 1);
+        for (std::size_t third = 0; third < n; ++third)  // sometimes all in one memory
+            if (third != first && below(3) == 0) overlap(arrays[first], arrays[third], below(19));
+        overlap(arrays[first], arrays[second % n], trial % 19);
+        draw();
+        check(c);
     }
 
 private:
-    void once() {
+    /// Modes, and numbers in their places.
+    void draw() {
         // MXCSR as most callers have it, or any rounding with or without denormals; some flags are up already.
         c.control = 0x1F80;
         if (below(3) == 0) c.control |= below(4) << 13 | (below(2) ? 0x8000 : 0) | (below(2) ? 0x40 : 0);
         if (below(2) == 0) c.control |= below(64);
         for (const std::size_t k : arrays)  // at a count of 0, no pointer is looked at
-            c.places[k].null = (row.operands[k].nullable || c.count == 0) && below(2);
-        run(row, c);
+            if ((row.operands[k].nullable || c.count == 0) && below(2)) c.places[k] = nullptr;
+        fill(c);
+    }
+
+    /// A call, and one with the same numbers elsewhere, with the same flag or the other one, in the same phases or in
+    /// others: whether the bits are the same says how far they travel.
+    void travel(std::uint32_t slots) {
+        place(c, slots);
+        draw();
+        const std::vector<std::byte> numbers = contents(c);
+        const std::uint64_t result = check(c);
+        const std::vector<std::byte> results = contents(c);
+        Case other = c;
+        const bool sameFlag = below(2), samePhases = below(2);
+        other.flag = c.flag == sameFlag;
+        place(other, samePhases ? slots : below(256));
+        for (const std::size_t k : arrays)
+            other.places[k] = c.places[k] ? other.places[k] + 16 * below(4) : nullptr;
+        fill(other);
+        for (std::size_t k = 0, at = 0; k < other.places.size(); at += other.bytes(k++).size())
+            std::copy_n(&numbers[at], other.bytes(k).size(), other.places[k]);
+        const bool same = check(other) == result && contents(other) == results;
+        if (same || c.control & row.modesApart) return;
+        travelled = std::max(travelled, sameFlag ? Bits::phases : Bits::flag);
+        if (row.bits == Bits::everywhere || (sameFlag && (samePhases || row.bits == Bits::flag)))
+            throw std::runtime_error(report(other, "other bits than elsewhere"));
     }
 
     /// Each array in memory of its own, by two bits of slots: at phases, or right behind or before an unreadable page.
-    void place(std::uint32_t slots, bool atEdges) {
-        for (int pane = 0; const std::size_t k : arrays) {
-            const Operand& o = row.operands[k];
-            const int slot = o.size < 4 ? below(16) : slots >> 2 * pane & 3;
-            c.places[k] = {pane++, paneBytes * 3 / 8 + slot * o.size % 16};
-            if (atEdges) c.places[k].offset = slot & 1 ? paneBytes - extent(o, c.count) : 0;
+    void place(Case& at, std::uint32_t slots, bool atEdges = false) {
+        for (int k = 0; const std::size_t a : arrays) {
+            const Operand& o = row.operands[a];
+            const int slot = o.size < 4 ? below(16) : slots >> 2 * k & 3;
+            const Count edge = slot & 1 ? paneBytes - o.bytes(c.count) : 0;
+            at.places[a] = pane(k++) + (atEdges ? edge : paneBytes * 3 / 8 + slot * o.size % 16);
         }
     }
 
-    /// k onto the memory of another array, up to nine elements of the smaller kind before or behind it, at times farther.
+    /// k onto the memory of another array, up to nine elements of the smaller kind before or behind it, at times farther
+    /// up to farther than two blocks of a sum.
     void overlap(std::size_t onto, std::size_t k, int shift) {
-        const int a = row.operands[onto].size, b = row.operands[k].size;
-        const Count offset = c.places[onto].offset + (shift - 9) * std::min(a, b) * (below(8) ? 1 : 16);
-        c.places[k] = {c.places[onto].pane, offset - offset % b};  // aligned to its own elements
+        const int a = row.operands[onto].size, b = row.operands[k].size, scales[] = {16, 256};
+        const Count offset = (shift - 9) * std::min(a, b) * (below(8) ? 1 : scales[below(2)]);
+        c.places[k] = c.places[onto] + offset;
+        c.places[k] -= reinterpret_cast<std::uintptr_t>(c.places[k]) % b;  // aligned to its own elements
     }
 
     const Row& row;
     Case c;
     std::vector<std::size_t> arrays;
+    Bits travelled = Bits::everywhere;  // as far as seen
 };
+
+/// All inputs of a member with one source: by elements with the flag clear, in lane groups by its SIMD member.
+[[maybe_unused]] void tryAllInputs(const Row& row) {
+    Case c{.row = row, .count = paneBytes / 8};
+    for (std::size_t k = 0; k < row.operands.size(); ++k) c.places.push_back(pane(k));
+    auto* const source = reinterpret_cast<std::uint32_t*>(c.places.back());
+    for (const unsigned mode : row.inputModes)
+        for (std::uint64_t first = 0; first < std::uint64_t{1} << 32; first += c.count) {
+            c.control = mode;
+            std::iota(source, source + c.count, static_cast<std::uint32_t>(first));
+            check(c);
+        }
+}
+
+/// How far results travel, as the list of exports has it.
+Bits listed(const std::string& member) {
+    const std::vector<std::string> words = {"everywhere", "flag", "phases", "processor"};
+    std::ifstream list(ZEL_TEST_EXPORTS);
+    for (std::string bits, symbol; list >> bits && std::getline(list >> std::ws, symbol);)
+        if (symbol == member) return static_cast<Bits>(std::ranges::find(words, bits) - words.begin());
+    throw std::runtime_error("not in the list of exports: " + member);
+}
 
 }  // namespace
 
-std::byte* Case::at(std::size_t operand) const {
-    const Place& p = places[operand];
-    return p.null ? nullptr : thePanes + p.pane * paneStride + p.offset;
-}
+std::uint32_t below(std::uint32_t n) { return (anything() >> 32) * n >> 32; }
+
 Count Case::phase(std::size_t operand) const {
-    return -reinterpret_cast<std::uintptr_t>(at(operand)) >> 2 & 3;
+    return -reinterpret_cast<std::uintptr_t>(places[operand]) >> 2 & 3;
 }
-
-std::vector<Row>& rows() {
-    static std::vector<Row> all;
-    return all;
-}
-Row& add(Row row) { return rows().emplace_back(std::move(row)); }
-
-bool usesLanes(const Row& row, const Case& c) {
-    return row.kind == Kind::simd || (row.kind == Kind::dispatching && c.flag);
-}
-
-Count lanePhase(const Row& row, const Case& c) {
+Count Case::phaseOf(const std::vector<std::size_t>& arrays) const {
     unsigned phases = 0;
+    for (const std::size_t k : arrays) phases |= 1u << phase(k);
+    return usesLanes() && std::has_single_bit(phases) ? std::countr_zero(phases) : -1;
+}
+Count Case::lanePhase() const {
+    std::vector<std::size_t> arrays;
     for (std::size_t k = 0; k < row.operands.size(); ++k)
-        if (row.operands[k].phased) phases |= 1u << c.phase(k);
-    return usesLanes(row, c) && std::has_single_bit(phases) ? std::countr_zero(phases) : -1;
+        if (row.operands[k].phased) arrays.push_back(k);
+    return phaseOf(arrays);
 }
 
 std::vector<Step> road(Count phase, Count num, int group) {
@@ -272,45 +377,58 @@ std::vector<Step> road(Count phase, Count num, int group) {
     for (Count i = lead; i < end; i += group) steps.push_back({i, group, Form::lane});
     return steps;
 }
-std::vector<Step> standardOrder(const Row& row, const Case& c) { return road(lanePhase(row, c), c.count); }
 
-bool runCase(const Row& row, Case& c, std::uint32_t seed) try {
-    theRandom.seed(seed);
-    run(row, c);
-    return true;
-} catch (const std::exception& difference) {
-    std::fputs(difference.what(), stderr);
-    return false;
+std::vector<Row>& rows() {
+    static std::vector<Row> all;
+    return all;
 }
-
-std::string symbolOf(const void* member, std::string& library) {
-    Dl_info info{};
-    if (!dladdr(member, &info) || info.dli_saddr != member) return "";
-    library = info.dli_fname;
-    char* plain = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, nullptr);
-    const std::string name = plain;
-    std::free(plain);
-    return name;
+Row& add(Row row) {
+    Dl_info symbol;
+    dladdr(row.member, &symbol);
+    row.name = abi::__cxa_demangle(symbol.dli_sname, nullptr, nullptr, nullptr);
+    row.bits = listed(row.name);
+    return rows().emplace_back(std::move(row));
 }
 
 }  // namespace test
 
-#ifndef ZEL_FUZZ  // the fuzzer brings its own
+#ifdef ZEL_FUZZ
+/// One row and one of its trials, the random numbers given by libFuzzer as long as it has any.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) try {
+    test::theRandom.seed();
+    test::theFuzz = {data, size};
+    test::Sweep(test::rows()[test::below(test::rows().size())]).attempt(test::below(1 << 16), test::below(2));
+    return 0;
+} catch (const std::exception& difference) {
+    std::fputs(difference.what(), stderr);
+    std::abort();
+}
+#else
+struct RowTest : testing::Test {
+    explicit RowTest(std::function<void()> body) : body(std::move(body)) {}
+    void TestBody() override { body(); }
+    std::function<void()> body;
+};
+
 int main(int argc, char** argv) {
+    testing::GTEST_FLAG(filter) = "-Exhaustive.*";
     testing::InitGoogleTest(&argc, argv);
     struct sigaction action {};
     action.sa_sigaction = test::crashed;
     action.sa_flags = SA_SIGINFO;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) sigaction(signal, &action, nullptr);
-    std::string library;
-    for (test::Row& row : test::rows()) {
-        row.name = test::symbolOf(row.member, library);
+    for (const test::Row& row : test::rows()) {
         testing::RegisterTest("Rows", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-                              [&row]() -> testing::Test* { return new test::Sweep(row); });
+                              [&row] { return new RowTest([&row] { test::Sweep(row).run(); }); });
+        if (!row.inputModes.empty())
+            testing::RegisterTest("Exhaustive", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
+                                  [&row] { return new RowTest([&row] { test::tryAllInputs(row); }); });
     }
     const int result = RUN_ALL_TESTS();
-    std::printf("library %s\ndigest %016lx, of estimates %016lx\n", library.c_str(), test::theDigests[0],
-                test::theDigests[1]);
+    Dl_info library;
+    dladdr(test::rows().front().member, &library);
+    std::printf("library %s\nseed %s, %ld calls\ndigest %016lx, of estimates %016lx\n", library.dli_fname,
+                test::theSeed.c_str(), test::theCalls, test::theDigests[0], test::theDigests[1]);
     return result;
 }
 #endif

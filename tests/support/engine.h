@@ -1,19 +1,21 @@
-// The engine: a row names a member and its formulas; the sweep calls it over phases, counts, overlaps and contents,
-// and a model does the same work on a copy of the same memory, in the promised order, an element or lane group at a time.
+// The engine. A row names a member and has a model of it, written from the member's meaning. The sweep calls the
+// member on one memory and the model on a copy, and compares every byte: over phases, counts, overlaps, contents,
+// flag and modes. A model does its work in the promised order, an element or a lane group at a time.
 #pragma once
 
 #include <xmmintrin.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "ZEL_Math.h"
@@ -24,7 +26,7 @@ using Z = ZEL_Math;
 using Count = std::int64_t;
 using Mask = std::uint32_t;
 
-// ---- Which NaN comes out where two meet isn't fixed: the model then holds these bits, which any quiet NaN matches.
+// ---- Which NaN comes out where two meet isn't fixed: a model then gives these bits, which any quiet NaN matches.
 
 template <class T>
 constexpr T anyNaN = std::bit_cast<T>(0x7FE5EED5);
@@ -40,7 +42,59 @@ T product(T a, T b) {
     return std::isnan(a) && std::isnan(b) ? anyNaN<T> : a * b;
 }
 
-// ---- A case: where the operands lie and what the call is given
+// ---- A row: a member, and what the sweep has to know of it
+
+enum class Kind { dispatching, simd, loop };
+enum class Content { words, doubles, masks };
+/// How far a result travels: its bits depend on the numbers alone, on the flag too, on phases and count too, or on the
+/// processor too.
+enum class Bits { everywhere, flag, phases, processor };
+
+/// An array or a value of a member's signature, in its order. The count isn't one.
+struct Operand {
+    bool array = false;
+    bool phased = false;    // its phase decides on the route
+    bool nullable = false;  // as a mask may be
+    int size = 0;           // bytes of an element
+    int perCount = 1;       // elements for each one counted
+    int fixed = 0;          // elements, whatever the count
+    Content content = Content::words;
+
+    Count bytes(Count count) const { return (fixed ? fixed : perCount * count) * size; }
+};
+
+enum class Form { element, lane };
+struct Step {
+    Count first;
+    int elements;  // all of them are read before the first is written
+    Form form;
+};
+
+struct Case;
+std::vector<Step> standardOrder(const Case& c);
+
+struct Row {
+    const void* member = nullptr;
+    Kind kind = Kind::loop;
+    std::vector<Operand> operands;
+    std::function<std::uint64_t(const Case&)> call,
+        model;  // each returns the bits of what the member returns
+    std::function<std::vector<Step>(const Case&)> order = standardOrder;
+    std::function<void(Case&)> adjust = [](Case&) {};  // gives values that the formulas are about
+    std::vector<Count> large = {31, 32, 67, 150};
+    unsigned exceptions = 0;  // of MXCSR: raised exactly when the model puts them into theRaised
+    unsigned modesApart = 0;  // of MXCSR: modes in which the two forms part, though the bits travel otherwise
+    std::vector<unsigned> inputModes = {};  // of MXCSR: in which all 2^32 inputs are tried, on request
+    std::string name;                       // as exported
+    Bits bits = {};                         // by the list of exports
+};
+/// Exceptions that the member must leave raised, by the model.
+inline unsigned theRaised;
+
+std::vector<Row>& rows();
+Row& add(Row row);
+
+// ---- A case: one call of a row's member
 
 /// Arrays lie in panes: memory between two unreadable pages. Values lie in a pane of their own. The model has a copy of
 /// all panes, at a fixed distance.
@@ -48,59 +102,35 @@ constexpr Count page = 4096, paneBytes = 16 * page, paneStride = paneBytes + 2 *
 constexpr int panes = 6, valuePane = 5;
 constexpr Count modelDistance = panes * paneStride;
 
-enum class Content { words, doubles, masks };
-
-struct Operand {
-    bool array = false;
-    bool phased = false;  // its phase decides on the route
-    int size = 0;         // bytes of an element
-    int perCount = 1;     // elements for each one counted
-    int fixed = 0;        // elements, whatever the count
-    bool nullable = false;
-    Content content = Content::words;
-};
-
-/// The bytes of an operand.
-inline Count extent(const Operand& o, Count count) {
-    return (o.fixed ? o.fixed : o.perCount * count) * o.size;
-}
-
-struct Place {
-    int pane = 0;
-    Count offset = 0;  // bytes from the start of the pane
-    bool null = false;
-};
-
 struct Case {
+    const Row& row;
     bool flag = false;
     Count count = 0;
-    unsigned control = 0x1F80;  // MXCSR at the call
-    std::vector<Place> places;  // by operand
+    unsigned control = 0x1F80;            // MXCSR at the call
+    std::vector<std::byte*> places = {};  // of the operands; null for an array that isn't there
 
-    /// What the library is called with; null where the place says so.
-    std::byte* at(std::size_t operand) const;
-    /// Of an array: 4-byte elements to the next 16-byte boundary.
-    Count phase(std::size_t operand) const;
-    /// The model's copy of an element of an array or, as element 0, of a value.
+    /// The model's copy of element i of an array, or of a value.
     template <class T>
     T& item(std::size_t operand, Count i = 0) const {
-        return reinterpret_cast<T*>(at(operand) + modelDistance)[i];
+        return reinterpret_cast<T*>(places[operand] + modelDistance)[i];
     }
     template <class T>
     void give(std::size_t value, T x) const {
-        reinterpret_cast<T&>(*at(value)) = x;
+        reinterpret_cast<T&>(*places[value]) = x;
     }
-};
-
-// ---- A row: a member and its model
-
-enum class Kind { dispatching, simd, loop };
-enum class Form { element, lane };
-
-struct Step {
-    Count first;
-    int elements;  // all of them are read before the first is written
-    Form form;
+    /// An operand's bytes on the library's side.
+    std::span<std::byte> bytes(std::size_t operand) const {
+        const Operand& o = row.operands[operand];
+        return {places[operand], static_cast<std::size_t>(places[operand] ? o.bytes(count) : 0)};
+    }
+    /// Whether the call goes to lanes, if phases allow it.
+    bool usesLanes() const { return row.kind == Kind::simd || (row.kind == Kind::dispatching && flag); }
+    /// Elements of 4 bytes to the next 16-byte boundary.
+    Count phase(std::size_t operand) const;
+    /// The one phase of these arrays; -1 where they differ, and where the call doesn't go to lanes.
+    Count phaseOf(const std::vector<std::size_t>& arrays) const;
+    /// That of the arrays that decide on the route.
+    Count lanePhase() const;
 };
 
 /// Where the lane groups lie: from element lead to end. For a phase below 0 there are none, behind all elements.
@@ -111,37 +141,10 @@ struct Groups {
 };
 /// The promised order of work: an element loop for a phase below 0, else lead-in, tail and groups.
 std::vector<Step> road(Count phase, Count num, int group = 4);
-/// By flag and phases.
-std::vector<Step> standardOrder(const struct Row& row, const Case& c);
-bool usesLanes(const Row& row, const Case& c);
-/// The phase of the aligned route; below 0 where the elements go one by one.
-Count lanePhase(const Row& row, const Case& c);
+inline std::vector<Step> standardOrder(const Case& c) { return road(c.lanePhase(), c.count); }
 
-using Model = std::function<std::uint64_t(const Row&, const Case&)>;
-
-struct Row {
-    std::string name;
-    const void* member = nullptr;
-    Kind kind = Kind::loop;
-    std::vector<Operand> operands;
-    std::function<std::uint64_t(const Case&)> call;  // the member; the bits of what it returns
-    Model model;
-    std::function<std::vector<Step>(const Row&, const Case&)> order = standardOrder;
-    std::function<void(Case&, std::function<std::uint32_t()>)> adjust;  // gives values the formula is about
-    std::vector<Count> large = {31, 32, 67, 150};
-    bool estimate = false;       // lane results belong to the processor
-    bool raisesInvalid = false;  // the exception, exactly when the model says so by theModelIsInvalid
-};
-inline bool theModelIsInvalid;
-
-std::vector<Row>& rows();
-Row& add(Row row);
-
-/// The exported name of a member, and the library that it comes from.
-std::string symbolOf(const void* member, std::string& library);
-
-/// Calls member and model on contents drawn from the seed; false, and a report, if anything differs.
-bool runCase(const Row& row, Case& c, std::uint32_t seed);
+/// A number from 0 to n - 1.
+std::uint32_t below(std::uint32_t n);
 
 // ---- From a member's signature to a row
 
@@ -158,71 +161,87 @@ template <class A>
 constexpr bool isArray = std::is_pointer_v<A>;
 
 template <class A>
-Operand describe() {
-    Operand o{.array = isArray<A>, .phased = isArray<A> && sizeof(Item<A>) == 4, .size = sizeof(Item<A>)};
-    o.fixed = !o.array;
-    if (std::is_same_v<Item<A>, double>) o.content = Content::doubles;
-    if (std::is_same_v<Item<A>, Mask>) o.content = Content::masks;
-    return o;
+void describe(std::vector<Operand>& operands) {
+    using T = Item<A>;
+    if (std::is_same_v<A, Count>) return;
+    operands.push_back({.array = isArray<A>, .phased = isArray<A> && sizeof(T) == 4, .size = sizeof(T)});
+    if (!isArray<A>) operands.back().fixed = 1;
+    if (std::is_same_v<T, double>) operands.back().content = Content::doubles;
+    if (std::is_same_v<T, Mask>) operands.back().content = Content::masks;
 }
 
-/// What a member is called with.
+/// The next argument of a call: the count, or an operand.
 template <class A>
-A argument(const Case& c, std::size_t operand) {
-    if constexpr (std::is_same_v<A, Count>) return c.count;
-    if constexpr (isArray<A>) return reinterpret_cast<A>(c.at(operand));
-    if constexpr (!isArray<A>) return c.item<A>(operand);
+A argument(const Case& c, std::size_t& operand) {
+    if constexpr (std::is_same_v<A, Count>)
+        return c.count;
+    else if constexpr (isArray<A>)
+        return reinterpret_cast<A>(c.places[operand++]);
+    else
+        return c.item<A>(operand++);
 }
 
-/// What a formula is called with: a copy of one element, to which it may write; nothing of the count.
-template <class A>
-auto copy(const Case& c, std::size_t operand, Count i) {
-    if constexpr (std::is_same_v<A, Count>) return std::tuple();
-    if constexpr (!std::is_same_v<A, Count>) return std::tuple(c.item<Item<A>>(operand, isArray<A> ? i : 0));
-}
-
-/// One step on the model's memory: everything is read, the formula runs on each lane, what is written is stored.
-template <class... A, class Formula, std::size_t... K>
-void apply(const Formula& formula, const Case& c, const Step& step, std::index_sequence<K...>) {
-    decltype(std::tuple_cat(copy<A>(c, K, 0)...)) lanes[4];
-    const auto save = [&]<class To, std::size_t k>(Count l) {
-        if constexpr (isArray<To> && !std::is_const_v<std::remove_pointer_t<To>>)
-            c.item<Item<To>>(k, step.first + l) = std::get<k>(lanes[l]);
-    };
-    for (Count l = 0; l < step.elements; ++l) lanes[l] = std::tuple_cat(copy<A>(c, K, step.first + l)...);
-    for (Count l = 0; l < step.elements; ++l) std::apply(formula, lanes[l]);
-    for (Count l = 0; l < step.elements; ++l) (save.template operator()<A, K>(l), ...);
-}
-
-/// A row whose model is its own.
+/// A row with a model of its own.
 template <class R, class... A>
-Row modelRow(R (*member)(A...), Kind kind, Model model) {
-    const auto call = [=]<std::size_t... K>(const Case& c, std::index_sequence<K...>)->std::uint64_t {
-        if constexpr (std::is_void_v<R>) return member(argument<A>(c, K)...), 0;
-        if constexpr (!std::is_void_v<R>) return bits(member(argument<A>(c, K)...));
-    };
+Row modelRow(R (*member)(A...), Kind kind, std::function<std::uint64_t(const Case&)> model) {
     Row row;
     row.member = reinterpret_cast<const void*>(member);
     row.kind = kind;
-    row.operands = {describe<A>()...};
-    row.call = [=](const Case& c) { return call(c, std::index_sequence_for<A...>()); };
     row.model = std::move(model);
+    (describe<A>(row.operands), ...);
+    row.call = [member](const Case& c) -> std::uint64_t {
+        std::size_t operand = 0;  // in braces, arguments are taken from left to right
+        const std::tuple<A...> arguments{argument<A>(c, operand)...};
+        if constexpr (std::is_void_v<R>)
+            return std::apply(member, arguments), 0;
+        else
+            return bits(std::apply(member, arguments));
+    };
     return row;
 }
 
-/// A row whose model takes each step by the element formula or the lane formula.
-template <class R, class... A, class OfElement, class OfLane>
-Row formulaRow(R (*member)(A...), Kind kind, OfElement element, OfLane lane) {
-    return modelRow(member, kind, [=](const Row& row, const Case& c) {
-        constexpr auto indices = std::index_sequence_for<A...>();
-        for (const Step& s : row.order(row, c))
-            s.form == Form::lane ? apply<A...>(lane, c, s, indices) : apply<A...>(element, c, s, indices);
+/// What a formula is given of the next operand: element i of an array, or the value.
+template <class X>
+Item<X> given(const Case& c, std::size_t& operand, Count i) {
+    return c.item<Item<X>>(operand++, isArray<X> ? i : 0);
+}
+
+/// Stores what a formula gives: element i of the first array, or of the first two.
+template <class D>
+void store(const Case& c, Count i, D result) {
+    c.item<D>(0, i) = result;
+}
+template <class D, class First, class Second>
+void store(const Case& c, Count i, std::pair<First, Second> results) {
+    c.item<First>(0, i) = results.first;
+    c.item<Second>(1, i) = results.second;
+}
+
+/// One step by a formula, a function from what all operands hold, d first, to what d gets. X are the operands' types.
+template <class D, class... X, class Formula>
+void work(const Formula& formula, const Case& c, const Step& step) {
+    const auto result = [&](Count i) {
+        std::size_t operand = 0;
+        return std::apply(formula,
+                          std::tuple<D, Item<X>...>{given<D*>(c, operand, i), given<X>(c, operand, i)...});
+    };
+    decltype(result(0)) results[4];
+    for (int lane = 0; lane < step.elements; ++lane) results[lane] = result(step.first + lane);
+    for (int lane = 0; lane < step.elements; ++lane) store<D>(c, step.first + lane, results[lane]);
+}
+
+/// A row with an element formula and a lane formula. The member's signature is D*, X..., and the count somewhere.
+template <class D, class... X, class Signature, class OfElement, class OfLane>
+Row formulaRow(Signature* member, Kind kind, OfElement element, OfLane lane) {
+    return modelRow(member, kind, [=](const Case& c) {
+        for (const Step& step : c.row.order(c))
+            step.form == Form::lane ? work<D, X...>(lane, c, step) : work<D, X...>(element, c, step);
         return std::uint64_t{0};
     });
 }
-template <class Signature, class Formula>
+template <class D, class... X, class Signature, class Formula>
 Row formulaRow(Signature* member, Kind kind, Formula formula) {
-    return formulaRow(member, kind, formula, formula);
+    return formulaRow<D, X...>(member, kind, formula, formula);
 }
 
 template <class T>
@@ -236,13 +255,14 @@ using Member = std::type_identity_t<void (*)(D*, X..., Count)>;
 /// A member that is an element loop whatever the flag.
 template <class D, class... X, class Formula>
 void only(Member<D, X...> member, Formula formula) {
-    add(formulaRow(member, Kind::loop, formula));
+    add(formulaRow<D, X...>(member, Kind::loop, formula));
 }
 /// A dispatching member and its SIMD member, by one formula or by an element formula and a lane formula.
 template <class D, class... X, class... Formulas>
 std::span<Row> both(Member<D, X...> plain, Member<D, X...> simd, Formulas... formulas) {
-    add(formulaRow(plain, Kind::dispatching, formulas...));
-    return {&add(formulaRow(simd, Kind::simd, formulas...)) - 1, 2};
+    add(formulaRow<D, X...>(plain, Kind::dispatching, formulas...));
+    add(formulaRow<D, X...>(simd, Kind::simd, formulas...));
+    return std::span(rows()).last(2);
 }
 /// Both for float, and their sibling for double, which has no lanes.
 template <template <class> class... X, class Formula, class... Lane>
@@ -250,6 +270,11 @@ std::span<Row> real(Member<float, X<float>...> plain, Member<float, X<float>...>
                     Member<double, X<double>...> wide, Formula element, Lane... lane) {
     only<double, X<double>...>(wide, element);
     return both<float, X<float>...>(plain, simd, element, lane...);
+}
+
+/// All 2^32 inputs of rows with one source are tried on request.
+inline void allInputs(std::span<Row> of, const std::vector<unsigned>& modes = {0x1F80}) {
+    for (Row& row : of) row.inputModes = modes;
 }
 
 /// Runs fill with a file's rows before main.
