@@ -1,7 +1,6 @@
 // Rows of element-wise arithmetic.
 #include <limits>
 
-#include "definitions.h"
 #include "engine.h"
 
 using namespace test;
@@ -63,22 +62,17 @@ const Register reciprocalAndRoots([] {
     const auto invert = [](auto, auto a) { return 1 / a; };
     const auto root = [](auto, auto a) { return std::sqrt(a); };
     const auto inverseRoot = [](auto, auto a) { return 1 / std::sqrt(a); };
-    allInputs(real<Array>(Z::invert, Z::invertSIMD, Z::invert, invert, [](float, float a) { return rcp(a); }),
-              {0x1F80, 0x3F80, 0x5F80, 0x7F80, 0x9FC0});
-    allInputs(real<Array>(Z::sqrt, Z::sqrtSIMD, Z::sqrt, root));
-    allInputs(
-        real<Array>(Z::fsqrt, Z::fsqrtSIMD, Z::fsqrt, root, [](float, float a) { return rcp(rsqrt(a)); }));
-    allInputs(
-        real<Array>(Z::isqrt, Z::isqrtSIMD, Z::isqrt, inverseRoot, [](float, float a) { return rsqrt(a); }));
+    real<Array>(Z::invert, Z::invertSIMD, Z::invert, invert, [](float, float a) { return rcp(a); });
+    real<Array>(Z::sqrt, Z::sqrtSIMD, Z::sqrt, root);
+    real<Array>(Z::fsqrt, Z::fsqrtSIMD, Z::fsqrt, root, [](float, float a) { return rcp(rsqrt(a)); });
+    real<Array>(Z::isqrt, Z::isqrtSIMD, Z::isqrt, inverseRoot, [](float, float a) { return rsqrt(a); });
 });
 
 const Register signAndRange([] {
     const auto abs = [](auto, auto a) { return std::copysign(a, decltype(a)(1)); };
-    const auto absLane = [](float, float a) { return greatest(0.0f - a, a); };
     const auto negate = [](auto, auto a) { return std::copysign(a, decltype(a)(std::signbit(a) ? 1 : -1)); };
-    allInputs(real<Array>(Z::abs, Z::absSIMD, Z::abs, abs, absLane));
-    allInputs(
-        real<Array>(Z::negate, Z::negateSIMD, Z::negate, negate, [](float, float a) { return 0.0f - a; }));
+    real<Array>(Z::abs, Z::absSIMD, Z::abs, abs, [](float, float a) { return greatest(0.0f - a, a); });
+    real<Array>(Z::negate, Z::negateSIMD, Z::negate, negate, [](float, float a) { return 0.0f - a; });
 
     const std::size_t first = rows().size();
     const auto min = [](auto, auto a, auto b) { return b < a ? b : a; };
@@ -91,12 +85,12 @@ const Register signAndRange([] {
     real<Array, Value>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, max, maxLane);
     // Whether an element choice is that instruction is the compiler's, so denormals stay denormals here.
     for (Row& row : std::span(rows()).subspan(first)) row.adjust = [](Case& c) { c.control &= ~0x40u; };
-    both<float, Array<float>, float, float>(
-        Z::clamp, Z::clampSIMD,
-        [](float, float a, float lo, float hi) { return lo >= a   ? lo
-                                                        : hi <= a ? hi
-                                                                  : a; },
-        [](float, float a, float lo, float hi) { return greatest(lo, least(hi, a)); });
+    const auto clamp = [](float, float a, float lo, float hi) {
+        if (lo >= a) return lo;
+        return hi <= a ? hi : a;
+    };
+    const auto clampLane = [](float, float a, float lo, float hi) { return greatest(lo, least(hi, a)); };
+    both<float, Array<float>, float, float>(Z::clamp, Z::clampSIMD, clamp, clampLane);
 });
 
 const Register multiplyAdd([] {
@@ -110,35 +104,32 @@ const Register multiplyAdd([] {
     real<Value, Value>(Z::scaleoffset, Z::scaleoffsetSIMD, Z::scaleoffset, scaleoffset);
 });
 
-/// lerp: with the flag clear one formula, with the flag set two calls over the same memory. An operand that takes no
-/// part in a call plays no part in its route.
-template <class C, class First, class Second>
-void lerpRow(Member<float, Array<float>, Array<float>, C> member, std::vector<std::size_t> inFirst,
-             First first, std::vector<std::size_t> inSecond, Second second) {
-    const auto pass = [](const Case& c, const std::vector<std::size_t>& arrays, auto formula) {
-        for (const Step& step : road(c.phaseOf(arrays), c.count))
-            work<float, Array<float>, Array<float>, C>(formula, c, step);
-    };
+/// One pass of lerp with an array or a value for c; the arrays that take part in it decide on its route.
+template <class C, class Formula>
+void pass(const Case& c, const std::vector<std::size_t>& arrays, Formula formula) {
+    for (const Step& step : road(c.phaseOf(arrays), c.count))
+        work<float, Array<float>, Array<float>, C>(formula, c, step);
+}
+
+template <class C, class WithFlag>
+void lerpRow(Member<float, Array<float>, Array<float>, C> member, WithFlag withFlag) {
     add(modelRow(member, Kind::dispatching, [=](const Case& c) {
-        if (c.flag) {
-            pass(c, inFirst, first);
-            pass(c, inSecond, second);
-        } else {
-            pass(c, {}, [](float, float a, float b, float c) { return sum(product(b - a, c), a); });
-        }
+        const auto lerp = [](float, float a, float b, float c) { return sum(product(b - a, c), a); };
+        c.flag ? withFlag(c) : pass<C>(c, {}, lerp);
         return std::uint64_t{0};
     }));
 }
 
 const Register interpolation([] {
-    lerpRow<Array<float>>(
-        Z::lerp,  //
-        {0, 1, 2}, [](float, float a, float b, float) { return b - a; }, {0, 1, 3},
-        [](float d, float a, float, float c) { return sum(product(d, c), a); });
-    lerpRow<float>(
-        Z::lerp,  //
-        {0, 1}, [](float, float a, float, float c) { return product(a, 1.0f - c); }, {0, 2},
-        [](float d, float, float b, float c) { return sum(d, product(b, c)); });
+    lerpRow<Array<float>>(Z::lerp, [](const Case& c) {
+        pass<Array<float>>(c, {0, 1, 2}, [](float, float a, float b, float) { return b - a; });
+        pass<Array<float>>(c, {0, 1, 3},
+                           [](float d, float a, float, float c) { return sum(product(d, c), a); });
+    });
+    lerpRow<float>(Z::lerp, [](const Case& c) {
+        pass<float>(c, {0, 1}, [](float, float a, float, float c) { return product(a, 1.0f - c); });
+        pass<float>(c, {0, 2}, [](float d, float, float b, float c) { return sum(d, product(b, c)); });
+    });
 });
 
 }  // namespace

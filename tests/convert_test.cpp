@@ -3,23 +3,41 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "definitions.h"
 #include "engine.h"
 
 using namespace test;
 
 namespace {
 
+/// The number that the bits mean, in any mode: no operation here meets a denormal. NaN and infinities come out as
+/// numbers too large for an int.
+double exact(float x) {
+    const std::uint64_t word = bits(x), exponent = word >> 23 & 255;
+    const auto unit = std::bit_cast<double>((std::max<std::uint64_t>(exponent, 1) + 1023 - 150) << 52);
+    const double magnitude = unit * static_cast<double>((word & 0x7FFFFF) | (exponent ? 0x800000 : 0));
+    return word >> 31 ? -magnitude : magnitude;
+}
+
+/// The integer of a whole number, or the one that stands for none.
+int toInt(double whole) {
+    return whole >= -2147483648.0 && whole <= 2147483647.0 ? static_cast<int>(whole) : -2147483647 - 1;
+}
+int truncated(float x) { return toInt(std::trunc(exact(x))); }
+/// In lanes, denormals count as the mode has it.
+int laneFloor(float x) {
+    const bool zero = (_mm_getcsr() & 0x40) && (bits(x) & 0x7F800000) == 0;
+    return zero ? 0 : toInt(std::floor(exact(x)));
+}
+
 const Register floatToInt([] {
-    allInputs(both<int, Array<float>>(Z::cast, Z::castSIMD, [](int, float a) { return truncated(a); }));
-    const auto floor = [](int, float a) { return floorOf(a); };
+    both<int, Array<float>>(Z::cast, Z::castSIMD, [](int, float a) { return truncated(a); });
+    const auto floor = [](int, float a) { return toInt(std::floor(exact(a))); };
     const auto floorLane = [](int, float a) { return laneFloor(a); };
-    const auto floors = both<int, Array<float>>(Z::floor, Z::floorSIMD, floor, floorLane);
-    for (Row& row : floors) row.modesApart = 0x40;
-    allInputs(floors, {0x1F80, 0x3F80, 0x5F80, 0x7F80, 0x9FC0});
+    for (Row& row : both<int, Array<float>>(Z::floor, Z::floorSIMD, floor, floorLane)) row.modesApart = 0x40;
 
     const auto split = [](int, float, float x) {
-        const int whole = splitWhole(x);
+        const auto whole =
+            static_cast<int>(static_cast<unsigned>(truncated(x)) - (x < 0));  // one less below 0
         return std::pair(whole, x - static_cast<float>(whole));
     };
     const auto splitLane = [](int, float, float x) {
@@ -32,7 +50,7 @@ const Register floatToInt([] {
         _mm_setcsr(control);
         return std::pair(laneFloor(x), static_cast<float>(frac));
     };
-    allInputs(both<int, float*, Array<float>>(Z::splitFloat, Z::splitFloatSIMD, split, splitLane));
+    both<int, float*, Array<float>>(Z::splitFloat, Z::splitFloatSIMD, split, splitLane);
     both<int, float*>(
         Z::splitFloat, Z::splitFloatSIMD, [=](int d, float f) { return split(d, f, f); },
         [=](int d, float f) { return splitLane(d, f, f); });
@@ -69,10 +87,8 @@ void whitePointRows() {
         return sum(product(scale, a), black + 0.5f);
     };
     const auto stored = [](float x) {
-        if constexpr (wide)
-            return x;
-        else
-            return static_cast<Sample>(truncated(x));
+        if constexpr (wide) return x;
+        if constexpr (!wide) return static_cast<Sample>(truncated(x));
     };
     const auto out = [=](Sample, float a, float scale, float limit, float black) {
         const float x = mapped(a, scale, black);
@@ -96,10 +112,8 @@ void whitePointRows() {
         return sizeof(Sample) == 1 && black == 0 && scale == 255.0f;
     };
     const auto back = [](float, Sample a, float scale, Sample black) {
-        if constexpr (wide)
-            return product(a - black, 1.0f / scale);
-        else
-            return static_cast<float>(int{a} - int{black}) * (1.0f / scale);
+        if constexpr (wide) return product(a - black, 1.0f / scale);
+        if constexpr (!wide) return static_cast<float>(int{a} - int{black}) * (1.0f / scale);
     };
     // Six decimals, read back as text would be: not the float nearest to a / 255.
     const auto backLane = [=](float d, Sample a, float scale, Sample black) {

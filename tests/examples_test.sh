@@ -25,32 +25,24 @@ makes() {
 }
 
 panorama() {
-    local length arguments
-    for length in 0 9 340 100000; do head -c $length in.exr >short-$length.exr; done
-    for arguments in short-*.exr . missing.exr; do refused $arguments out.png; done
-    for arguments in '' . missing/out.png in.exr 'out.png third' 'out.png --fov 180' 'out.png --fov nan' 'out.png --fov 9x' \
-        'out.png --fov' 'out.png --size 9' 'out.png --size 99999x9' 'out.png --tone loud' 'out.png --flat --yaw 5'; do
-        refused in.exr $arguments
+    head -c 340 in.exr >short.exr
+    head -c 100000 in.exr >shorter.exr
+    for arguments in 'short.exr out.png' 'shorter.exr out.png' 'in.exr' 'in.exr missing/out.png' 'in.exr in.exr' \
+        'in.exr out.png --fov 180' 'in.exr out.png --fov 9x' 'in.exr out.png --size 99999x9'; do
+        refused $arguments
     done
     cmp in.exr "$photograph" || fault "the input was written to"
-
-    makes '67 x 35, 8' one.png --size 67x35 --yaw 180 --pitch -20
-    makes '67 x 35, 8' two.png --pitch=-20 --size=67x35 --yaw=180
-    cmp one.png two.png || fault "the same view twice gives two pictures"
     makes '67 x 35, 16' one.png --size 67x35 --pitch 90 --fov 140 --tone reinhard --mark-clipped --bits 16
     makes '1024 x 512, 8' one.png --flat --exposure 0 --offset 0.1
 }
 
 poisson() {
-    local where
-    for where in 1,2,3x 5,5,0x9 -1,5,9x9 5,510,9x9 '5,5,9x9 --source 1020,5' 0,0,1024x512 '34,322,104x78 --iterations 5'; do
-        refused in.exr out.png --rectangle $where
+    for arguments in 1,2,3x 5,510,9x9 '5,5,9x9 --source 1020,5' 0,0,1024x512; do
+        refused in.exr out.png --rectangle $arguments
     done
     makes '1024 x 512, 8' plain.png --rectangle 0,0,1x1 --source 0,0 --exposure -1
     makes '1024 x 512, 8' same.png --rectangle 100,100,50x41 --source 100,100 --exposure -1
     cmp plain.png same.png || fault "a rectangle filled with itself changes the picture"
-    makes '1024 x 512, 8' sky.png --rectangle 620,60,100x80 --exposure -1
-    cmp plain.png sky.png || fault "a membrane between blown pixels isn't blown"
     makes '1024 x 512, 8' border.png --rectangle 0,503,1024x9 --source 0,400 --exposure -1
     cmp -s plain.png border.png && fault "nothing was filled"
     [[ $(<said) == *residuals* ]] || fault "not to the end"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # What is installed serves an outside project, once with find_package and once with pkg-config:
-#   installed_test.sh BUILD_DIRECTORY COMPILER moved|apart|wide|packages...
+#   installed_test.sh BUILD_DIRECTORY COMPILER moved|wide|packages...
 set -euo pipefail
 
 build=$1
@@ -14,7 +14,6 @@ quietly() { "$@" >"$temp/log" 2>&1 || fail "This failed: $*" $'\n' "$(<"$temp/lo
 
 # make SOURCE DIRECTORY CMAKE_OPTION...
 make() { quietly cmake -G Ninja -S "$1" -B "$2" "${@:3}"; quietly cmake --build "$2" -j2; }
-library() { make "$tree" "$1" -DZEL_TESTS=OFF -DZEL_EXAMPLES=OFF "${@:2}"; }
 
 # consume PREFIX LIBRARY_DIRECTORY: both roads to the library.
 consume() {
@@ -42,13 +41,6 @@ moved() {
         quietly $compiler -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ "${headers[0]}"
     done
 }
-# The library directory may be an absolute path, apart from the prefix.
-apart() {
-    library "$temp/build" -DZEL_WIDE_COPIES=OFF -DCMAKE_INSTALL_PREFIX="$temp/prefix" \
-        -DCMAKE_INSTALL_LIBDIR="$temp/apart/lib"
-    quietly cmake --install "$temp/build"
-    consume "$temp/apart" "$temp/apart/lib"
-}
 # The loader takes the copy for a level where the machine has it, and each copy gives the bits of the plain library.
 wide() {
     local libraries loader library level output plain=
@@ -67,7 +59,7 @@ wide() {
 # The Debian packages, each unpacked by itself, and both together.
 packages() {
     # Install directories are settled at configure time. This build stays, so only its first run takes long.
-    library "$build/package" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr
+    make "$tree" "$build/package" -DZEL_TESTS=OFF -DZEL_EXAMPLES=OFF -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr
     quietly cpack --config "$build/package/CPackConfig.cmake" -B "$temp"
     cd "$temp"
     local libraries file

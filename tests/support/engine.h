@@ -42,6 +42,14 @@ T product(T a, T b) {
     return std::isnan(a) && std::isnan(b) ? anyNaN<T> : a * b;
 }
 
+// ---- What the processor's own operations give
+
+inline float rcp(float x) { return _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(x))); }
+inline float rsqrt(float x) { return _mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(x))); }
+// Where the caller has denormals taken for zeros these give zeros, which a comparison and a choice don't.
+inline float least(float p, float q) { return _mm_cvtss_f32(_mm_min_ss(_mm_set_ss(p), _mm_set_ss(q))); }
+inline float greatest(float p, float q) { return _mm_cvtss_f32(_mm_max_ss(_mm_set_ss(p), _mm_set_ss(q))); }
+
 // ---- A row: a member, and what the sweep has to know of it
 
 enum class Kind { dispatching, simd, loop };
@@ -77,16 +85,14 @@ struct Row {
     const void* member = nullptr;
     Kind kind = Kind::loop;
     std::vector<Operand> operands;
-    std::function<std::uint64_t(const Case&)> call,
-        model;  // each returns the bits of what the member returns
+    std::function<std::uint64_t(const Case&)> call, model;  // both give the bits of the member's result
     std::function<std::vector<Step>(const Case&)> order = standardOrder;
     std::function<void(Case&)> adjust = [](Case&) {};  // gives values that the formulas are about
     std::vector<Count> large = {31, 32, 67, 150};
     unsigned exceptions = 0;  // of MXCSR: raised exactly when the model puts them into theRaised
     unsigned modesApart = 0;  // of MXCSR: modes in which the two forms part, though the bits travel otherwise
-    std::vector<unsigned> inputModes = {};  // of MXCSR: in which all 2^32 inputs are tried, on request
-    std::string name;                       // as exported
-    Bits bits = {};                         // by the list of exports
+    std::string name;         // as exported
+    Bits bits = {};           // by the list of exports
 };
 /// Exceptions that the member must leave raised, by the model.
 inline unsigned theRaised;
@@ -126,7 +132,9 @@ struct Case {
     /// Whether the call goes to lanes, if phases allow it.
     bool usesLanes() const { return row.kind == Kind::simd || (row.kind == Kind::dispatching && flag); }
     /// Elements of 4 bytes to the next 16-byte boundary.
-    Count phase(std::size_t operand) const;
+    Count phase(std::size_t operand) const {
+        return -reinterpret_cast<std::uintptr_t>(places[operand]) >> 2 & 3;
+    }
     /// The one phase of these arrays; -1 where they differ, and where the call doesn't go to lanes.
     Count phaseOf(const std::vector<std::size_t>& arrays) const;
     /// That of the arrays that decide on the route.
@@ -141,7 +149,6 @@ struct Groups {
 };
 /// The promised order of work: an element loop for a phase below 0, else lead-in, tail and groups.
 std::vector<Step> road(Count phase, Count num, int group = 4);
-inline std::vector<Step> standardOrder(const Case& c) { return road(c.lanePhase(), c.count); }
 
 /// A number from 0 to n - 1.
 std::uint32_t below(std::uint32_t n);
@@ -173,12 +180,9 @@ void describe(std::vector<Operand>& operands) {
 /// The next argument of a call: the count, or an operand.
 template <class A>
 A argument(const Case& c, std::size_t& operand) {
-    if constexpr (std::is_same_v<A, Count>)
-        return c.count;
-    else if constexpr (isArray<A>)
-        return reinterpret_cast<A>(c.places[operand++]);
-    else
-        return c.item<A>(operand++);
+    if constexpr (std::is_same_v<A, Count>) return c.count;
+    if constexpr (isArray<A>) return reinterpret_cast<A>(c.places[operand++]);
+    if constexpr (!isArray<A> && !std::is_same_v<A, Count>) return c.item<A>(operand++);
 }
 
 /// A row with a model of its own.
@@ -192,10 +196,8 @@ Row modelRow(R (*member)(A...), Kind kind, std::function<std::uint64_t(const Cas
     row.call = [member](const Case& c) -> std::uint64_t {
         std::size_t operand = 0;  // in braces, arguments are taken from left to right
         const std::tuple<A...> arguments{argument<A>(c, operand)...};
-        if constexpr (std::is_void_v<R>)
-            return std::apply(member, arguments), 0;
-        else
-            return bits(std::apply(member, arguments));
+        if constexpr (std::is_void_v<R>) return std::apply(member, arguments), 0;
+        if constexpr (!std::is_void_v<R>) return bits(std::apply(member, arguments));
     };
     return row;
 }
@@ -270,11 +272,6 @@ std::span<Row> real(Member<float, X<float>...> plain, Member<float, X<float>...>
                     Member<double, X<double>...> wide, Formula element, Lane... lane) {
     only<double, X<double>...>(wide, element);
     return both<float, X<float>...>(plain, simd, element, lane...);
-}
-
-/// All 2^32 inputs of rows with one source are tried on request.
-inline void allInputs(std::span<Row> of, const std::vector<unsigned>& modes = {0x1F80}) {
-    for (Row& row : of) row.inputModes = modes;
 }
 
 /// Runs fill with a file's rows before main.
