@@ -71,22 +71,22 @@ TEST(Shell, AssignmentCopiesNothing) {
     EXPECT_STREQ(bytes, "ab");
 }
 
-constexpr std::int64_t num = 1203;       // two blocks of a sum, three elements of tail
-alignas(16) float theA[num], theB[num];  // read by all
+constexpr std::int64_t num = 1203;  // two blocks of a sum, three elements of tail
 
-/// Members on arrays of its own, under a rounding and denormal mode.
+/// Members with their own arrays, under a rounding and denormal mode.
 struct Results {
-    alignas(16) float madd[num] = {}, frac[num] = {}, update[num] = {};
-    alignas(16) int floor[num] = {}, split[num] = {}, less[num] = {};
-    double sums[2] = {};
+    alignas(16) float a[num], frac[num] = {};
+    alignas(16) int floor[num] = {}, split[num] = {};
+    double sums[2];
 
     explicit Results(unsigned mode) {
+        for (int i = 0; i < num; ++i) a[i] = i == 1 ? 1e-40f : static_cast<float>(i % 97 - 40) / 7;
         const unsigned control = 0x1F80 | (mode & 3) << 13 | (mode & 4) << 13;
         _mm_setcsr(control);
-        Z::madd(madd, theA, theB, num), Z::lt(less, theA, theB, num), Z::splitFloat(split, frac, theA, num);
-        sums[0] = Z::dot(theA, theB, num), sums[1] = Z::maddAndNorm(update, theA, 0.7, num);
+        Z::splitFloat(split, frac, a, num);
+        sums[0] = Z::dot(a, a, num), sums[1] = Z::maddAndNorm(a, frac, 0.7, num);
         // Again and again, so that the switches of two threads do meet.
-        for (int repeat = 0; repeat < 100; ++repeat) Z::floor(floor, theA, num);
+        for (int repeat = 0; repeat < 100; ++repeat) Z::floor(floor, a, num);
         EXPECT_EQ(_mm_getcsr() & ~0x3Fu, control);
         _mm_setcsr(0x1F80);
     }
@@ -94,17 +94,11 @@ struct Results {
 };
 
 TEST(Threads, GetTheBitsThatTheyGetAlone) {
-    for (int i = 0; i < num; ++i) {
-        theA[i] = static_cast<float>(i % 97 - 40) / 7;
-        theB[i] = i == 1 ? 1e-40f : static_cast<float>(i % 61) * 1e-3f;  // for the modes without denormals
-    }
-    std::vector<Results> alone;
-    for (unsigned mode = 0; mode < 8; ++mode) alone.emplace_back(mode);
     std::vector<std::thread> threads;
     for (unsigned mode = 0; mode < 8; ++mode) {
-        EXPECT_EQ(alone[mode] == alone[0], mode == 0) << "a mode without effect";
-        threads.emplace_back([&, mode] {
-            for (int repeat = 0; repeat < 200; ++repeat) EXPECT_TRUE(Results(mode) == alone[mode]) << mode;
+        EXPECT_EQ(Results(mode) == Results(0), mode == 0) << "a mode without effect";
+        threads.emplace_back([mode, alone = Results(mode)] {
+            for (int repeat = 0; repeat < 200; ++repeat) EXPECT_TRUE(Results(mode) == alone) << mode;
         });
     }
     for (std::thread& t : threads) t.join();
