@@ -69,7 +69,7 @@ std::string format(const char* pattern, A... a) {
 }
 
 /// What went wrong in which case, and which elements lie at an address of the library's side.
-std::string report(const Case& c, const std::string& fault, const void* address = nullptr) {
+std::runtime_error report(const Case& c, const std::string& fault, const void* address = nullptr) {
     std::string text = fault + " in " + c.row.name;
     text += format("\n  flag %d, count %ld, MXCSR %04x\n", c.flag, c.count, c.control);
     const Count phase = c.lanePhase();
@@ -78,9 +78,10 @@ std::string report(const Case& c, const std::string& fault, const void* address 
         const auto bytes = c.bytes(k);
         const void* const end = bytes.data() + bytes.size();
         text += format("  operand %zu: ", k);
-        if (c.row.operands[k].array) text += format("phase %ld, %p to %p", c.phase(k), bytes.data(), end);
-        for (auto byte = bytes.end(); !c.row.operands[k].array && byte != bytes.begin();)
-            text += format("%02x", static_cast<unsigned>(*--byte));
+        std::uint64_t value = 0;
+        std::memcpy(&value, bytes.data(), std::min(bytes.size(), sizeof value));
+        text += c.row.operands[k].array ? format("phase %ld, %p to %p", c.phase(k), bytes.data(), end)
+                                        : format("%0*lx", 2 * c.row.operands[k].size, value);
         const Count i = (static_cast<const std::byte*>(address) - bytes.data()) / c.row.operands[k].size;
         const char* part = phase < 0         ? "element loop"
                            : i < groups.lead ? "lead-in"
@@ -89,12 +90,12 @@ std::string report(const Case& c, const std::string& fault, const void* address 
         if (address >= bytes.data() && address < end) text += format(", there element %ld, %s", i, part);
         text += "\n";
     }
-    return text;
+    return std::runtime_error(text);
 }
 
 [[noreturn, maybe_unused]] void crashed(int signal, siginfo_t* info, void*) {
     const std::string fault = format("signal %d at %p", signal, info->si_addr);
-    std::fputs(theCase ? report(*theCase, fault, info->si_addr).c_str() : fault.c_str(), stderr);
+    std::fputs(theCase ? report(*theCase, fault, info->si_addr).what() : fault.c_str(), stderr);
     _exit(3);
 }
 
@@ -138,18 +139,16 @@ void fill(Case& c) {
         for (std::size_t at = 0; at < bytes.size(); at += o.size) {
             std::byte* const element = bytes.data() + at;
             const std::uint32_t choice = below(8);
-            if (o.content == Content::doubles &&
-                choice > 3) {  // two words are a double, but seldom an everyday one
-                const auto near =
-                    static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(number())));
-                const std::uint64_t wide = bits(near) | (choice > 5 ? anything() & 0x1FFFFFFF : 0);
+            if (o.content == Content::doubles && choice > 3) {  // any two words are seldom an everyday number
+                const auto near = std::bit_cast<float>(static_cast<std::uint32_t>(number()));
+                const std::uint64_t wide = bits(double{near}) | (choice > 5 ? anything() & 0x1FFFFFFF : 0);
                 std::memcpy(element, &wide, sizeof wide);
             }
             // Some zeros, and some equal numbers in two operands.
             if (choice == 0 || (o.content == Content::masks && choice < 4)) std::memset(element, 0, o.size);
             const std::size_t same = o.fixed == 1 && c.count ? below(c.count) * o.size : at;
             if (choice == 1 && same + o.size <= before.size())
-                std::memcpy(element, before.data() + same, o.size);
+                std::memmove(element, before.data() + same, o.size);
         }
     }
     c.row.adjust(c);
@@ -163,8 +162,7 @@ void compare(const Case& c, std::span<std::uint32_t> memory) {
         const std::uint32_t want = (&got)[modelDistance / 4];
         const bool open = (want == any && (got & 0x7FC00000) == 0x7FC00000) || want == any64[0] ||
                           (want == any64[1] && (got & 0x7FF80000) == 0x7FF80000);
-        if (got != want && !open)
-            throw std::runtime_error(report(c, format("wanted %08x, got %08x", want, got), &got));
+        if (got != want && !open) throw report(c, format("wanted %08x, got %08x", want, got), &got);
         got = want;
         digest(c.row, want);
     }
@@ -195,14 +193,12 @@ std::uint64_t check(const Case& c) {
     _mm_setcsr(0x1F80);
     ++theCalls;
 
-    if ((after ^ c.control) & ~_MM_EXCEPT_MASK)
-        throw std::runtime_error(report(c, format("MXCSR afterwards %04x", after)));
+    if ((after ^ c.control) & ~_MM_EXCEPT_MASK) throw report(c, format("MXCSR afterwards %04x", after));
     if (theRaised & ~after || after & ~theRaised & c.row.exceptions)
-        throw std::runtime_error(report(c, format("exceptions afterwards %02x", after & _MM_EXCEPT_MASK)));
+        throw report(c, format("exceptions afterwards %02x", after & _MM_EXCEPT_MASK));
     // Of a sum that is a NaN, it's open which one.
     const bool nan = std::isnan(std::bit_cast<double>(want)) && std::isnan(std::bit_cast<double>(got));
-    if (got != want && !nan)
-        throw std::runtime_error(report(c, format("result: wanted %016lx, got %016lx", want, got)));
+    if (got != want && !nan) throw report(c, format("result: wanted %016lx, got %016lx", want, got));
     digest(c.row, nan ? 0 : want);
     for (const auto memory : filled) compare(c, memory);
     theCase = nullptr;
@@ -293,7 +289,7 @@ private:
         if (same || c.control & row.modesApart) return;
         travelled = std::max(travelled, sameFlag ? Bits::phases : Bits::flag);
         if (row.bits == Bits::everywhere || (sameFlag && (samePhases || row.bits == Bits::flag)))
-            throw std::runtime_error(report(other, "other bits than elsewhere"));
+            throw report(other, "other bits than elsewhere");
     }
 
     /// Each array in memory of its own, by two bits of slots: at phases, or right behind or before an unreadable page.
@@ -378,7 +374,9 @@ std::vector<Row>& rows() {
 Row& add(Row row) {
     Dl_info symbol;
     dladdr(row.member, &symbol);
-    row.name = abi::__cxa_demangle(symbol.dli_sname, nullptr, nullptr, nullptr);
+    char* const name = abi::__cxa_demangle(symbol.dli_sname, nullptr, nullptr, nullptr);
+    row.name = name;
+    std::free(name);
     row.bits = listed(row.name);
     return rows().emplace_back(std::move(row));
 }
