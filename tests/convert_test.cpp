@@ -36,8 +36,7 @@ const Register floatToInt([] {
     for (Row& row : both<int, Array<float>>(Z::floor, Z::floorSIMD, floor, floorLane)) row.modesApart = 0x40;
 
     const auto split = [](int, float, float x) {
-        const auto whole =
-            static_cast<int>(static_cast<unsigned>(truncated(x)) - (x < 0));  // one less below 0
+        const auto whole = static_cast<int>(static_cast<unsigned>(truncated(x)) - (x < 0));
         return std::pair(whole, x - static_cast<float>(whole));
     };
     const auto splitLane = [](int, float, float x) {

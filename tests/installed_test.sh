@@ -68,9 +68,7 @@ packages() {
         dpkg-deb -x ${file}_*.deb $file
         dpkg-deb -x ${file}_*.deb both
     done
-    for file in $libraries/{libZEL.so.1,libKEP.so.1,glibc-hwcaps/x86-64-v{3,4}/libZEL.so.1}; do
-        [[ -e libzel1/$file ]] || fail "libzel1 is without $file."
-    done
+    ls libzel1/$libraries/{libZEL.so.1,libKEP.so.1,glibc-hwcaps/x86-64-v{3,4}/libZEL.so.1} >/dev/null || fail "libzel1 lacks a library."
     [[ -z $(find libzel1 -name '*.h' -o -name libZEL.so -o -name '*.pc') ]] || fail "libzel1 has a part of libzel-dev."
     [[ $(dpkg-deb -I libzel1_*.deb triggers) == "activate-noawait ldconfig" ]] || fail "ldconfig isn't triggered."
     [[ $(dpkg-deb -f libzel-dev_*.deb Depends) =~ ^libzel1\ \(=\  ]] || fail "libzel-dev takes any libzel1."

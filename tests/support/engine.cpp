@@ -353,7 +353,7 @@ Count Case::phaseOf(const std::vector<std::size_t>& arrays) const {
 Count Case::lanePhase() const {
     std::vector<std::size_t> arrays;
     for (std::size_t k = 0; k < row.operands.size(); ++k)
-        if (row.operands[k].phased) arrays.push_back(k);
+        if (row.operands[k].array && row.operands[k].size == 4) arrays.push_back(k);
     return phaseOf(arrays);
 }
 
@@ -413,7 +413,7 @@ int main(int argc, char** argv) {
     for (const test::Row& row : test::rows()) {
         const auto add = [&](const char* suite, void (*body)(const test::Row&)) {
             testing::RegisterTest(suite, row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-                                  [=, &row] { return new RowTest(body, row); });
+                                  [=, &row]() -> testing::Test* { return new RowTest(body, row); });
         };
         add("Rows", test::sweep);
         if (std::regex_search(row.name, oneSource)) add("Exhaustive", test::tryAllInputs);

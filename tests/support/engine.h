@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <initializer_list>
 #include <span>
 #include <string>
 #include <tuple>
@@ -61,7 +60,6 @@ enum class Bits { everywhere, flag, phases, processor };
 /// An array or a value of a member's signature, in its order. The count isn't one.
 struct Operand {
     bool array = false;
-    bool phased = false;    // its phase decides on the route
     bool nullable = false;  // as a mask may be
     int size = 0;           // bytes of an element
     int perCount = 1;       // elements for each one counted
@@ -137,7 +135,7 @@ struct Case {
     }
     /// The one phase of these arrays; -1 where they differ, and where the call doesn't go to lanes.
     Count phaseOf(const std::vector<std::size_t>& arrays) const;
-    /// That of the arrays that decide on the route.
+    /// That of the arrays of 4-byte elements, which decides on the route.
     Count lanePhase() const;
 };
 
@@ -171,8 +169,7 @@ template <class A>
 void describe(std::vector<Operand>& operands) {
     using T = Item<A>;
     if (std::is_same_v<A, Count>) return;
-    operands.push_back({.array = isArray<A>, .phased = isArray<A> && sizeof(T) == 4, .size = sizeof(T)});
-    if (!isArray<A>) operands.back().fixed = 1;
+    operands.push_back({.array = isArray<A>, .size = sizeof(T), .fixed = !isArray<A>});
     if (std::is_same_v<T, double>) operands.back().content = Content::doubles;
     if (std::is_same_v<T, Mask>) operands.back().content = Content::masks;
 }
