@@ -214,7 +214,7 @@ std::vector<std::byte> contents(const Case& c) {
 
 // ---- All calls of a row
 
-class Sweep {
+class Sweep : public testing::Test {
 public:
     explicit Sweep(const Row& r) : row(r), c{.row = r, .places = std::vector<std::byte*>(r.operands.size())} {
         for (std::size_t k = 0; k < row.operands.size(); ++k)
@@ -222,7 +222,7 @@ public:
     }
 
     /// Every combination of phases with every count, and every pair of arrays at every shift with every count.
-    void run() {
+    void TestBody() override {
         for (int k = 0; k < panes; ++k)  // a row that failed leaves them unequal
             std::memcpy(pane(k) + modelDistance, pane(k), paneBytes);
         const std::string words = theSeed + row.name;
@@ -317,20 +317,25 @@ private:
     Bits travelled = Bits::everywhere;  // as far as seen
 };
 
-[[maybe_unused]] void sweep(const Row& row) { Sweep(row).run(); }
-
-/// All inputs of a member with one source: by elements with the flag clear, in lane groups by its SIMD member.
-[[maybe_unused]] void tryAllInputs(const Row& row) {
-    Case c{.row = row, .count = paneBytes / 8};
-    for (std::size_t k = 0; k < row.operands.size(); ++k) c.places.push_back(pane(k));
-    auto* const source = reinterpret_cast<std::uint32_t*>(c.places.back());
-    for (const unsigned control : {0x1F80, 0xDFC0})  // the usual mode, and upward without denormals
-        for (std::uint64_t first = 0; first < std::uint64_t{1} << 32; first += c.count) {
-            c.control = control;
-            std::iota(source, source + c.count, static_cast<std::uint32_t>(first));
-            check(c);
-        }
+/// All inputs of the members of a kind that have one source.
+void tryAllInputs(Kind kind) {
+    const std::regex oneSource(R"(\((float|int)\*, (float\*, )?float const\*, long\))");
+    for (const Row& row : rows()) {
+        if (row.kind != kind || !std::regex_search(row.name, oneSource)) continue;
+        Case c{.row = row, .count = paneBytes / 8};
+        for (std::size_t k = 0; k < row.operands.size(); ++k) c.places.push_back(pane(k));
+        auto* const source = reinterpret_cast<std::uint32_t*>(c.places.back());
+        for (const unsigned control : {0x1F80, 0xDFC0})  // the usual mode, and upward without denormals
+            for (std::uint64_t first = 0; first < std::uint64_t{1} << 32; first += c.count) {
+                c.control = control;
+                std::iota(source, source + c.count, static_cast<std::uint32_t>(first));
+                check(c);
+            }
+    }
 }
+// The flag is clear, so the dispatching ones go by elements.
+TEST(Exhaustive, InputsOfElements) { tryAllInputs(Kind::dispatching); }
+TEST(Exhaustive, InputsOfLaneGroups) { tryAllInputs(Kind::simd); }
 
 /// How far results travel, as the list of exports has it.
 Bits listed(const std::string& member) {
@@ -395,13 +400,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::abort();
 }
 #else
-struct RowTest : testing::Test {
-    RowTest(void (*body)(const test::Row&), const test::Row& row) : body(body), row(row) {}
-    void TestBody() override { body(row); }
-    void (*body)(const test::Row&);
-    const test::Row& row;
-};
-
 int main(int argc, char** argv) {
     testing::GTEST_FLAG(filter) = "-Exhaustive.*";
     testing::InitGoogleTest(&argc, argv);
@@ -410,14 +408,9 @@ int main(int argc, char** argv) {
     action.sa_flags = SA_SIGINFO;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) sigaction(signal, &action, nullptr);
     const std::regex oneSource(R"(\((float|int)\*, (float\*, )?float const\*, long\))");
-    for (const test::Row& row : test::rows()) {
-        const auto add = [&](const char* suite, void (*body)(const test::Row&)) {
-            testing::RegisterTest(suite, row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-                                  [=, &row]() -> testing::Test* { return new RowTest(body, row); });
-        };
-        add("Rows", test::sweep);
-        if (std::regex_search(row.name, oneSource)) add("Exhaustive", test::tryAllInputs);
-    }
+    for (const test::Row& row : test::rows())
+        testing::RegisterTest("Rows", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
+                              [&row]() -> testing::Test* { return new test::Sweep(row); });
     const int result = RUN_ALL_TESTS();
     Dl_info library;
     dladdr(test::rows().front().member, &library);
