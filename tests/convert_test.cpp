@@ -9,8 +9,8 @@ using namespace test;
 
 namespace {
 
-/// The number that the bits mean, in any mode: no operation here meets a denormal. NaN and infinities come out as
-/// numbers too large for an int.
+/// The number that the bits mean, in any mode: no operation here meets a denormal. NaN and infinities come
+/// out as numbers too large for an int.
 double exact(float x) {
     const std::uint64_t word = bits(x), exponent = word >> 23 & 255;
     const auto unit = std::bit_cast<double>((std::max<std::uint64_t>(exponent, 1) + 1023 - 150) << 52);

@@ -8,7 +8,8 @@ namespace {
 /// Rounded to float; an open NaN stays open.
 float rounded(double x) { return bits(x) == bits(anyNaN<double>) ? anyNaN<float> : static_cast<float>(x); }
 
-/// The model of a blocked sum: term(c, i, lane) works on element i and gives the float to add, in a lane or not.
+/// The model of a blocked sum: term(c, i, lane) works on element i and gives the float to add, in a
+/// lane or not.
 template <class Term>
 void reduction(auto* member, Kind kind, Term term) {
     Row row = modelRow(member, kind, [=](const Case& c) {

@@ -1,4 +1,5 @@
-// What a process sees of the library: how the load leaves the flag, what it prints, and that threads can call in.
+// What a process sees of the library: how the load leaves the flag, what it prints, and that threads
+// can call in.
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 

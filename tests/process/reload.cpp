@@ -1,4 +1,5 @@
-// Loads libZEL and unloads it again, fifty times. The exit code is the flag as each load left it, or a complaint above 1.
+// Loads libZEL and unloads it again, fifty times. The exit code is the flag as each load left it, or a
+// complaint above 1.
 #include <dlfcn.h>
 #include <xmmintrin.h>
 

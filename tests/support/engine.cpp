@@ -47,8 +47,8 @@ std::uint64_t anything() {
     return x;
 }
 
-/// A float's word: zeros, denormals, infinities, NaNs of both kinds, what lies around 1 and the bounds of integers,
-/// anything.
+/// A float's word: zeros, denormals, infinities, NaNs of both kinds, what lies around 1 and the bounds
+/// of integers, anything.
 std::uint32_t special() {
     const std::uint64_t any = anything();
     const auto word = static_cast<std::uint32_t>(any);
@@ -109,7 +109,8 @@ void digest(const Row& row, std::uint64_t word) {
     sum = (sum ^ word) * 1099511628211u;
 }
 
-/// What is filled and compared: the operands that are there, each with what lies around it, as far as its pane goes.
+/// What is filled and compared: the operands that are there, each with what lies around it, as far as
+/// its pane goes.
 std::vector<std::span<std::uint32_t>> surroundings(const Case& c) {
     std::vector<std::span<std::uint32_t>> all;
     for (std::size_t k = 0; k < c.places.size(); ++k) {
@@ -124,8 +125,8 @@ std::vector<std::span<std::uint32_t>> surroundings(const Case& c) {
     return all;
 }
 
-/// Gives the values their places, and all operands numbers: special ones, or plain ones of like size, since one NaN or
-/// infinity would hide every order of additions.
+/// Gives the values their places, and all operands numbers: special ones, or plain ones of like size, since
+/// one NaN or infinity would hide every order of additions.
 void fill(Case& c) {
     for (std::size_t k = 0; k < c.places.size(); ++k)
         if (!c.row.operands[k].array) c.places[k] = pane(valuePane) + 8 * k;
@@ -168,8 +169,8 @@ void compare(const Case& c, std::span<std::uint32_t> memory) {
     }
 }
 
-/// Calls member and model on what fill has left and compares everything; throws the report of a difference. Gives the
-/// bits of the result.
+/// Calls member and model on what fill has left and compares everything; throws the report of a difference.
+/// Gives the bits of the result.
 std::uint64_t check(const Case& c) {
     theCase = &c;
     const auto filled = surroundings(c);
@@ -221,7 +222,8 @@ public:
             if (row.operands[k].array) arrays.push_back(k);
     }
 
-    /// Every combination of phases with every count, and every pair of arrays at every shift with every count.
+    /// Every combination of phases with every count, and every pair of arrays at every shift
+    /// with every count.
     void TestBody() override {
         for (int k = 0; k < panes; ++k)  // a row that failed leaves them unequal
             std::memcpy(pane(k) + modelDistance, pane(k), paneBytes);
@@ -259,7 +261,8 @@ public:
 private:
     /// Modes, and numbers in their places.
     void draw() {
-        // MXCSR as most callers have it, or any rounding with or without denormals; some flags are up already.
+        // MXCSR as most callers have it, or any rounding with or without denormals; some flags
+        // are up already.
         c.control = 0x1F80;
         if (below(3) == 0) c.control |= below(4) << 13 | (below(2) ? 0x8000 : 0) | (below(2) ? 0x40 : 0);
         if (below(2) == 0) c.control |= below(64);
@@ -268,8 +271,8 @@ private:
         fill(c);
     }
 
-    /// A call, and one with the same numbers elsewhere, with the same flag or the other one, in the same phases or in
-    /// others: whether the bits are the same says how far they travel.
+    /// A call, and one with the same numbers elsewhere, with the same flag or the other one, in the same
+    /// phases or in others: whether the bits are the same says how far they travel.
     void travel(std::uint32_t slots) {
         place(c, slots);
         draw();
@@ -292,7 +295,8 @@ private:
             throw report(other, "other bits than elsewhere");
     }
 
-    /// Each array in memory of its own, by two bits of slots: at phases, or right behind or before an unreadable page.
+    /// Each array in memory of its own, by two bits of slots: at phases, or right behind or before
+    /// an unreadable page.
     void place(Case& at, std::uint32_t slots, bool atEdges = false) {
         for (int k = 0; const std::size_t a : arrays) {
             const Operand& o = row.operands[a];
@@ -302,8 +306,8 @@ private:
         }
     }
 
-    /// k onto the memory of another array, up to nine elements of the smaller kind before or behind it, at times farther
-    /// up to farther than two blocks of a sum.
+    /// k onto the memory of another array, up to nine elements of the smaller kind before or behind it, at
+    /// times farther up to farther than two blocks of a sum.
     void overlap(std::size_t onto, std::size_t k, int shift) {
         const int a = row.operands[onto].size, b = row.operands[k].size, scales[] = {16, 256};
         const Count offset = (shift - 9) * std::min(a, b) * (below(8) ? 1 : scales[below(2)]);

@@ -1,6 +1,7 @@
-// The engine. A row names a member and has a model of it, written from the member's meaning. The sweep calls the
-// member on one memory and the model on a copy, and compares every byte: over phases, counts, overlaps, contents,
-// flag and modes. A model does its work in the promised order, an element or a lane group at a time.
+// The engine. A row names a member and has a model of it, written from the member's meaning. The sweep
+// calls the member on one memory and the model on a copy, and compares every byte: over phases, counts,
+// overlaps, contents, flag and modes. A model does its work in the promised order, an element or a lane
+// group at a time.
 #pragma once
 
 #include <xmmintrin.h>
@@ -25,7 +26,8 @@ using Z = ZEL_Math;
 using Count = std::int64_t;
 using Mask = std::uint32_t;
 
-// ---- Which NaN comes out where two meet isn't fixed: a model then gives these bits, which any quiet NaN matches.
+// ---- Which NaN comes out where two meet isn't fixed: a model then gives these bits, which any
+// quiet NaN matches.
 
 template <class T>
 constexpr T anyNaN = std::bit_cast<T>(0x7FE5EED5);
@@ -53,8 +55,8 @@ inline float greatest(float p, float q) { return _mm_cvtss_f32(_mm_max_ss(_mm_se
 
 enum class Kind { dispatching, simd, loop };
 enum class Content { words, doubles, masks };
-/// How far a result travels: its bits depend on the numbers alone, on the flag too, on phases and count too, or on the
-/// processor too.
+/// How far a result travels: its bits depend on the numbers alone, on the flag too, on phases and count too,
+/// or on the processor too.
 enum class Bits { everywhere, flag, phases, processor };
 
 /// An array or a value of a member's signature, in its order. The count isn't one.
@@ -100,8 +102,8 @@ Row& add(Row row);
 
 // ---- A case: one call of a row's member
 
-/// Arrays lie in panes: memory between two unreadable pages. Values lie in a pane of their own. The model has a copy of
-/// all panes, at a fixed distance.
+/// Arrays lie in panes: memory between two unreadable pages. Values lie in a pane of their own. The model has
+/// a copy of all panes, at a fixed distance.
 constexpr Count page = 4096, paneBytes = 16 * page, paneStride = paneBytes + 2 * page;
 constexpr int panes = 6, valuePane = 5;
 constexpr Count modelDistance = panes * paneStride;
@@ -139,7 +141,8 @@ struct Case {
     Count lanePhase() const;
 };
 
-/// Where the lane groups lie: from element lead to end. For a phase below 0 there are none, behind all elements.
+/// Where the lane groups lie: from element lead to end. For a phase below 0 there are none,
+/// behind all elements.
 struct Groups {
     Count lead, end;
     Groups(Count phase, Count num)
@@ -216,7 +219,8 @@ void store(const Case& c, Count i, std::pair<First, Second> results) {
     c.item<Second>(1, i) = results.second;
 }
 
-/// One step by a formula, a function from what all operands hold, d first, to what d gets. X are the operands' types.
+/// One step by a formula, a function from what all operands hold, d first, to what d gets. X are
+/// the operands' types.
 template <class D, class... X, class Formula>
 void work(const Formula& formula, const Case& c, const Step& step) {
     const auto result = [&](Count i) {
@@ -229,7 +233,8 @@ void work(const Formula& formula, const Case& c, const Step& step) {
     for (int lane = 0; lane < step.elements; ++lane) store<D>(c, step.first + lane, results[lane]);
 }
 
-/// A row with an element formula and a lane formula. The member's signature is D*, X..., and the count somewhere.
+/// A row with an element formula and a lane formula. The member's signature is D*, X..., and
+/// the count somewhere.
 template <class D, class... X, class Signature, class OfElement, class OfLane>
 Row formulaRow(Signature* member, Kind kind, OfElement element, OfLane lane) {
     return modelRow(member, kind, [=](const Case& c) {
