@@ -22,7 +22,7 @@ consume() {
     make "$tree/examples/first" "$first" -DCMAKE_PREFIX_PATH="$1"
     [[ $("$first/first") == 750 ]] || fail "By find_package the program computes something else."
     [[ $(ldd "$first/first") == *"libZEL.so.1 => $2/"* ]] || fail "The program runs another libZEL."
-    # Not quoted: the flags are words.
+    # shellcheck disable=SC2046  # the flags are words
     quietly "$CXX" "$tree/examples/first/first.cpp" -o "$first/first" \
         $(PKG_CONFIG_PATH=$2/pkgconfig pkg-config --cflags --libs zel)
     [[ $(LD_LIBRARY_PATH=$2 "$first/first") == 750 ]] || fail "By pkg-config the program computes something else."
