@@ -13,7 +13,6 @@
 #include <fstream>
 #include <numeric>
 #include <random>
-#include <regex>
 #include <stdexcept>
 
 // The address sanitizer's, null without it.
@@ -323,9 +322,11 @@ private:
 
 /// All inputs of the members of a kind that have one source.
 void tryAllInputs(Kind kind) {
-    const std::regex oneSource(R"(\((float|int)\*, (float\*, )?float const\*, long\))");
+    const std::vector<std::string> oneSource = {"(float*, float const*, long)", "(int*, float const*, long)",
+                                                "(int*, float*, float const*, long)"};
     for (const Row& row : rows()) {
-        if (row.kind != kind || !std::regex_search(row.name, oneSource)) continue;
+        const bool hasOne = std::ranges::count(oneSource, row.name.substr(row.name.find('('))) > 0;
+        if (row.kind != kind || !hasOne) continue;
         Case c{.row = row, .count = paneBytes / 8};
         for (std::size_t k = 0; k < row.operands.size(); ++k) c.places.push_back(pane(k));
         auto* const source = reinterpret_cast<std::uint32_t*>(c.places.back());
@@ -411,7 +412,6 @@ int main(int argc, char** argv) {
     action.sa_sigaction = test::crashed;
     action.sa_flags = SA_SIGINFO;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) sigaction(signal, &action, nullptr);
-    const std::regex oneSource(R"(\((float|int)\*, (float\*, )?float const\*, long\))");
     for (const test::Row& row : test::rows())
         testing::RegisterTest("Rows", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
                               [&row]() -> testing::Test* { return new test::Sweep(row); });
