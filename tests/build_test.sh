@@ -1,24 +1,26 @@
 #!/usr/bin/env bash
-# The library built by others: build_test.sh guest|bare COMPILER [ZEL_TEST RELOAD]
+# The library built, installed and packaged for others: build_test.sh BUILD_DIRECTORY COMPILER guest|bare|wide|packages
 set -euo pipefail
+build=$1
 export CXX=$2
 tree=$(cd "$(dirname "$0")/.." && pwd)
 temp=$(mktemp -d)
 trap 'rm -rf "$temp"' EXIT
 fail() { printf '%s\n' "$*"; exit 1; }
 quietly() { "$@" >"$temp/log" 2>&1 || fail "This failed: $*" "$(<"$temp/log")"; }
+# project SOURCE DIRECTORY CMAKE_OPTION...
+project() { quietly cmake -S "$1" -B "$2" "${@:3}"; quietly cmake --build "$2" -j2; }
 
 # Inside a parent project with every flag against it: the same bits, and a load leaves the process as it was.
 guest() {
     export CXXFLAGS='-ffast-math -funsafe-math-optimizations -fno-signed-zeros -ffp-contract=fast -Wundef'
     CXXFLAGS+=" -march=$("$tree/scripts/levels" | tail -n 1)"
-    quietly cmake -S "$tree/tests/guest" -B "$temp/build" -DZEL_WIDE_COPIES=OFF -DCMAKE_INSTALL_PREFIX="$temp/prefix"
-    quietly cmake --build "$temp/build" -j2
+    project "$tree/tests/guest" "$temp/build" -DZEL_WIDE_COPIES=OFF -DCMAKE_INSTALL_PREFIX="$temp/prefix"
     [[ $("$temp/build/program") == 750 ]] || fail "The parent's program doesn't run."
     local output
-    output=$(LD_LIBRARY_PATH=$temp/build/zel/lib "$1" --gtest_brief=1) || fail "$output"
+    output=$(LD_LIBRARY_PATH=$temp/build/zel/lib "$build/bin/zel-test" --gtest_brief=1) || fail "$output"
     [[ $output == *"library $temp/build/zel/lib/"*"digest $(<"$tree/tests/digest.txt"),"* ]] || fail "Other bits: $output"
-    "$2" "$temp/build/zel/lib/libZEL.so.1" || [[ $? == 1 ]] || fail "Loading it changes MXCSR."
+    "$build/bin/process-reload" "$temp/build/zel/lib/libZEL.so.1" || [[ $? == 1 ]] || fail "Loading it changes MXCSR."
     quietly cmake --install "$temp/build"
     [[ $(find "$temp/prefix" -type f) == "$temp/prefix/bin/program" ]] || fail "The parent installs the library."
 }
@@ -29,10 +31,53 @@ bare() {
     mkdir "$temp/tools" "$temp/tree"
     for tool in bash sh g++ c++ make cmake as ld ar uname; do ln -s "$(command -v $tool)" "$temp/tools"; done
     (cd "$tree" && tar -c --exclude=./build --exclude=./out --exclude=./.git .) | tar -x -C "$temp/tree"
-    sed -n '/^```sh/,/^```/{//!p}' "$tree/README.md" >"$temp/lines"
+    awk '/^```sh/ { on = 1; next } on && /^```/ { exit } on' "$tree/README.md" >"$temp/lines"
     (cd "$temp/tree" && quietly env -i HOME="$temp" PATH="$temp/tools" CMAKE_BUILD_PARALLEL_LEVEL=2 bash -ex "$temp/lines")
     [[ $(tail -n 1 "$temp/log") == 750 ]] || fail "Not 750: $(<"$temp/log")"
     [[ $(find "$temp/zel" -name libZEL.so.1 | wc -l) == 3 ]] || fail "Not three copies: $(find "$temp/zel")"
 }
 
-$1 "${@:3}"
+# The loader takes the copy for a level where the machine has it, and each copy gives the bits of the plain library.
+wide() {
+    local libraries loader library level output plain=
+    quietly cmake --install "$build" --prefix "$temp/wide"
+    libraries=$(dirname "$(find "$temp/wide" -name glibc-hwcaps)")
+    loader=$(readelf -l "$build/bin/zel-test" | sed -n 's/.*interpreter: \(.*\)]/\1/p')
+    for library in "$libraries"/{,glibc-hwcaps/*/}libZEL.so.1; do
+        level=$(basename "$(dirname "$library")")  # of the plain library no level, so that no copy is taken
+        [[ $library != */glibc-hwcaps/* ]] || "$tree/scripts/levels" | grep -qx "$level" || continue
+        output=$("$loader" --library-path "$libraries" --glibc-hwcaps-mask "$level" "$build/bin/zel-test" --gtest_brief=1) ||
+            fail "$level: $output"
+        [[ $output == *"library $library"$'\n'* ]] || fail "$level isn't what is loaded: $output"
+        [[ ${output##*digest } == "${plain:=${output##*digest }}" ]] || fail "$level: not $plain but $output"
+    done
+}
+
+# The Debian packages, unpacked where they weren't configured to be, serve an outside project by both roads.
+packages() {
+    # Install directories are settled at configure time. This build stays, so only its first run takes long.
+    project "$tree" "$build/package" -DCMAKE_INSTALL_PREFIX=/usr
+    quietly cpack --config "$build/package/CPackConfig.cmake" -B "$temp"
+    cd "$temp"
+    local libraries both=$temp/both/usr program=$temp/first/first standard
+    libraries=usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)
+    dpkg-deb --raw-extract libzel1_*.deb libzel1
+    for package in libzel1 libzel-dev; do dpkg-deb -x ${package}_*.deb both; done
+    ls libzel1/$libraries/{libZEL.so.1,libKEP.so.1,glibc-hwcaps/x86-64-v{3,4}/libZEL.so.1} >/dev/null || fail "libzel1 lacks a library."
+    [[ -z $(find libzel1 -name '*.h' -o -name libZEL.so -o -name '*.pc') ]] || fail "libzel1 has a part of libzel-dev."
+    [[ $(ls libzel1/DEBIAN) == $'control\nmd5sums\nshlibs\ntriggers' ]] || fail "Not what controls it: $(ls libzel1/DEBIAN)"
+    [[ $(dpkg-deb -f libzel-dev_*.deb Depends) =~ ^libzel1\ \(=\  ]] || fail "libzel-dev takes any libzel1."
+
+    project "$tree/examples/first" first -DCMAKE_PREFIX_PATH="$both"
+    [[ $($program) == 750 && $(ldd $program) == *"libZEL.so.1 => $both/"* ]] || fail "By find_package it doesn't run."
+    # shellcheck disable=SC2046  # the flags are words
+    quietly "$CXX" "$tree/examples/first/first.cpp" -o $program \
+        $(PKG_CONFIG_PATH=both/$libraries/pkgconfig pkg-config --cflags --libs zel)
+    [[ $(LD_LIBRARY_PATH=both/$libraries $program) == 750 ]] || fail "By pkg-config it doesn't run."
+    # The one header stands alone under every standard.
+    for standard in 11 14 17 20 23; do
+        quietly "$CXX" -std=c++$standard -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ "$(find both -name '*.h')"
+    done
+}
+
+$3

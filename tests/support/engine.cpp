@@ -146,7 +146,7 @@ void fill(Case& c) {
             }
             // Some zeros, and some equal numbers in two operands.
             if (choice == 0 || (o.content == Content::masks && choice < 4)) std::memset(element, 0, o.size);
-            const std::size_t same = o.fixed == 1 && c.count ? below(c.count) * o.size : at;
+            const std::size_t same = o.fixed == 1 && c.count > 0 ? below(c.count) * o.size : at;
             if (choice == 1 && same + o.size <= before.size())
                 std::memmove(element, before.data() + same, o.size);
         }
@@ -231,6 +231,12 @@ public:
         theRandom.seed(seed);
         const std::uint32_t trials = 50u << 2 * std::max<std::size_t>(arrays.size(), 2);
         for (std::uint32_t trial = 0; trial < trials; ++trial) attempt(trial, trial >= trials / 2);
+        for (c.count = -16; c.count < 0; ++c.count) {  // nothing is done
+            c.flag = c.count & 1;
+            place(c, below(256));
+            draw();
+            check(c);
+        }
         for (int k = 0; k < panes; ++k)
             if (std::memcmp(pane(k), pane(k) + modelDistance, paneBytes) != 0)
                 throw std::runtime_error("something was written far away from its operands");

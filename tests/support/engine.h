@@ -127,7 +127,8 @@ struct Case {
     /// An operand's bytes on the library's side.
     std::span<std::byte> bytes(std::size_t operand) const {
         const Operand& o = row.operands[operand];
-        return {places[operand], static_cast<std::size_t>(places[operand] ? o.bytes(count) : 0)};
+        return {places[operand],
+                static_cast<std::size_t>(places[operand] ? o.bytes(std::max<Count>(count, 0)) : 0)};
     }
     /// Whether the call goes to lanes, if phases allow it.
     bool usesLanes() const { return row.kind == Kind::simd || (row.kind == Kind::dispatching && flag); }
