@@ -12,10 +12,12 @@
 /// vector streams. All operations are static members; no instance is needed.
 ///
 /// **Arguments.** `d` is the array written, `a`, `b`, `c` are arrays or single values, `num` counts elements
-/// (vectors in the stream members). `num` of 0 reads and writes nothing, and pointers may then be null; it
-/// must not be negative. Arrays are aligned to their elements and to nothing more. No member reads or writes
+/// (vectors in the stream members). A `num` of 0 or less reads and writes nothing, in every member, and
+/// pointers may then be null. Arrays must be aligned to their elements, and need be to nothing more; on an
+/// array that isn't, lane groups may crash, and element loops happen to work. No member reads or writes
 /// outside elements 0 to num - 1, allocates, throws, keeps a pointer, or inspects an argument beyond what is
-/// said here: NaN and infinities are results, not errors.
+/// said here: NaN and infinities are results, not errors. A count beyond the end of an array isn't seen by
+/// the caller's own address sanitizer, since the library is built without; a library built with it sees it.
 ///
 /// **Two forms.** Most operations on `float` and `int` have a plain member (`add`) and a SIMD member
 /// (`addSIMD`). With the flag set (isSIMD()) the plain member calls the SIMD member, else it runs an element
@@ -39,21 +41,29 @@
 /// of work above gives.
 ///
 /// **Arithmetic** follows IEEE 754 in the element type, under the calling thread's rounding and denormal
-/// modes. A product is rounded before it is added; nothing is fused. A NaN operand of arithmetic gives that
-/// NaN, quieted. Infinity minus infinity and 0 times infinity give the processor's default NaN, bits
-/// 0xFFC00000. Where two NaNs meet in one addition or multiplication, which of them comes out is not fixed.
+/// modes. A product is rounded before it is added; nothing is fused, as it may be in a loop of the caller's
+/// own that isn't compiled with -ffp-contract=off. A NaN operand of arithmetic gives that NaN, quieted.
+/// Infinity minus infinity and 0 times infinity give the processor's default NaN, bits 0xFFC00000 in `float`
+/// and 0xFFF8000000000000 in `double`. Where two NaNs meet in one addition or multiplication, which of them
+/// comes out is not fixed; a subtraction or division gives the left one. Which floating-point exceptions are
+/// raised is fixed only where a block says so.
 ///
-/// **Threads.** Any thread may call any member at any time, as long as no two write the same array at once.
+/// **Threads.** Any thread may call any member but forceSIMD() at any time, as long as no element that one
+/// call writes is read or written by another at once: parts of one array are fine. The flag is one plain byte
+/// for the whole process, and a change of it reaches the next call of every thread: set it before any thread
+/// but the first starts.
 class __attribute__((visibility("default"))) ZEL_Math {
 public:
     /// @name The flag
     /// Set at load if the processor has SSE, which every x86-64 processor has; one plain byte for the
-    /// process, read once by each call that heeds it. Where the processor word denies SSE, the flag stays
-    /// clear, and the library says so on standard error if the environment variable QUARNEL_VERBOSE_ERROR
-    /// exists and doesn't start with 0.
+    /// process, read once by each call that heeds it, at its start. Where the processor word denies SSE,
+    /// the flag stays clear, and the library writes "Disabling SSE vector functions." and a line end to
+    /// standard error if the environment variable QUARNEL_VERBOSE_ERROR exists and doesn't start with 0. An
+    /// empty one counts too.
     /// @{
 
-    /// Stores the flag. Nothing is checked: lane code on a processor without SSE is the caller's fault.
+    /// Stores the flag. A call that is running goes on as it began. Nothing is checked: lane code on a
+    /// processor without SSE is the caller's fault.
     static void forceSIMD(bool on);
     /// The flag as last stored.
     static bool isSIMD();
@@ -112,9 +122,10 @@ public:
     ///
     /// The estimate is off by at most 1.5 * 2^-12 of the reciprocal (the definition of rcpps); its bits are
     /// the processor's. It takes a denormal divisor as a zero of its sign, and gives a zero where the
-    /// reciprocal would be denormal. A divisor value of magnitude 2^-128 or less has an infinite
-    /// reciprocal. No divisor is looked at: x / 0 is an infinity, 0 / 0 a NaN. With the flag clear `fdiv`
-    /// gives the bits of `div`.
+    /// reciprocal would be denormal. A divisor value of magnitude 2^-128 or less has an infinite reciprocal
+    /// in rounding to nearest; rounding toward zero, down where it is positive, or up where it is negative
+    /// makes that the largest finite number. No divisor is looked at: x / 0 is an infinity, 0 / 0 a NaN. With
+    /// the flag clear `fdiv` gives the bits of `div`.
     /// @{
     static void div(float* d, const float* a, const float* b, std::int64_t num);
     static void div(double* d, const double* a, const double* b, std::int64_t num);
@@ -143,9 +154,10 @@ public:
     /// | negative, -0      | -0                                   | +0                                    |
     /// | infinity, NaN     | NaN                                  | +0                                    |
     ///
-    /// Any other divisor gives the quotient rounded once, the same bits in both forms; a NaN divisor gives
-    /// NaN. In array / value, one test of b: a zero fills d with +0 without reading a, anything else is `mul`
-    /// by r = 1 / b, two roundings, with an infinite r for a magnitude of 2^-128 or less.
+    /// Any other divisor gives the quotient rounded once, the same bits in both forms; a NaN divisor
+    /// gives NaN. In array / value, one test of b: a zero fills d with +0 without reading a, anything
+    /// else is `mul` by r = 1 / b, two roundings, with an infinite r for a magnitude of 2^-128 or less in
+    /// rounding to nearest.
     /// @{
     static void safediv(float* d, const float* a, const float* b, std::int64_t num);
     static void safediv(double* d, const double* a, const double* b, std::int64_t num);
@@ -180,7 +192,8 @@ public:
     /// | NaN            | NaN      | NaN          | NaN        | NaN          | NaN        | NaN             |
     /// | 1 / a denormal | as above | as above     | as above   | as above     | denormal   | zero, sign of a |
     ///
-    /// (1) an infinity for a magnitude of 2^-128 or less. NaN gives NaN. On `double`, `fsqrt` is `sqrt`.
+    /// (1) in rounding to nearest an infinity for a magnitude of 2^-128 or less; the other modes are those of
+    /// the division. NaN gives NaN. On `double`, `fsqrt` is `sqrt`.
     /// @{
     static void invert(float* d, const float* a, std::int64_t num);
     static void invert(double* d, const double* a, std::int64_t num);
@@ -212,13 +225,14 @@ public:
     /// | `clamp`  | lo if lo >= a, else hi if hi <= a, else a | t = hi < a ? hi : a; lo > t ? lo : t |
     ///
     /// The forms part on zeros and NaN: `abs` of -0 is +0 by element and -0 by lane, and of a NaN has its
-    /// sign cleared by element and kept by lane; `negate` of +0 is -0 by element and +0 by lane, and a NaN's
-    /// sign is flipped by element and kept by lane. In `zelmin` and `zelmax`, a NaN on one side gives a by
-    /// element (a NaN in a survives) and b by lane; so do zeros of two signs. In `clamp`, a NaN in a comes
-    /// through and a NaN bound is no bound; an a equal to a bound gives the bound by element and a by lane,
-    /// which shows on zeros; with lo > hi the element form gives lo up to lo and hi above, the lane form lo
-    /// for every number. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets. (In
-    /// the denormals-are-zero mode minps and maxps give zeros for denormals: lane forms do, `zelmin` and
+    /// sign cleared by element and kept by lane; `negate` of +0 is -0 by element and +0 by lane (-0 by both
+    /// where the thread rounds down), and a NaN's sign is flipped by element and kept by lane. In `zelmin`
+    /// and `zelmax`, a NaN on one side gives a by element (a NaN in a survives) and b by lane; so do zeros of
+    /// two signs. In `clamp`, a NaN in a comes through and a NaN bound is no bound, in both forms; an a equal
+    /// to a bound gives the bound by element and a by lane, which shows on zeros; with lo > hi the element
+    /// form gives lo up to lo and hi above, the lane form lo for every number: of 2 between 1 and 0 the one
+    /// makes 0, the other 1. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets.
+    /// (In the denormals-are-zero mode minps and maxps give zeros for denormals: lane forms do, `zelmin` and
     /// `zelmax` element forms may.)
     /// @{
     static void abs(float* d, const float* a, std::int64_t num);
@@ -480,7 +494,8 @@ public:
     /// `cast` truncates toward zero, `floor` rounds down; both the same on every route, but that a negative
     /// denormal in denormals-are-zero mode has the floor 0 in lanes and -1 elsewhere. `splitFloat` gives an
     /// integer part in d and the rest in frac; without a, frac is the source too. NaN, infinities and what
-    /// doesn't fit `int` give -2147483648 (the integer indefinite value of cvttps2dq).
+    /// doesn't fit `int` give -2147483648 (the integer indefinite value of cvttps2dq). Only `splitFloat` by
+    /// elements gives 2147483647 for -2147483648 and all below, since it takes one off and wraps.
     ///
     /// The two forms of `splitFloat` are different operations:
     ///
@@ -515,16 +530,18 @@ public:
 
     /// @name White point
     /// `wpoint` maps floats to stored samples: x = scale * a[i] + (black + 0.5), clamped to 0..limit,
-    /// truncated, the low 8 or 16 bits stored (nothing saturates: 300 stores 44 in 8 bits). On `float`
-    /// samples there is no truncation, and the 0.5 stays in the result.
+    /// truncated, the low 8 or 16 bits stored. Nothing saturates: 300 stores 44 in 8 bits, and a
+    /// clamped value of 2^31 or above stores 0. On `float` samples there is no truncation, and the 0.5
+    /// stays in the result.
     ///
     /// | form    | clamp                                         | NaN sample, limit > 0       |
     /// |---------|-----------------------------------------------|-----------------------------|
     /// | element | 0 if x <= 0, else limit if x >= limit, else x | NaN; stores 0 in 8, 16 bits |
     /// | lane    | y = x < limit ? x : limit; y > 0 ? y : 0      | limit                       |
     ///
-    /// A negative limit gives limit for x > 0 by element, 0 by lane. With 8 and 16 bits only the phase of a
-    /// counts: there is no fallback route, and d may lie anywhere.
+    /// A negative limit, -0 too, gives limit for x > 0 by element, 0 by lane; a NaN limit is none by element
+    /// and gives 0 by lane. With 8 and 16 bits only the phase of a counts: there is no fallback route, and d
+    /// may lie anywhere.
     ///
     /// `iwpoint` maps back: d[i] = (a[i] - black) * (1 / scale), the reciprocal rounded first. There are no
     /// lanes and no phases: with the flag set the last num mod 4 elements come first, downward, then the
@@ -565,8 +582,8 @@ public:
     ///
     /// A block is up to 256 lane groups: four `float` sums, one per lane, then lane 0 + lane 1 + lane 2 +
     /// lane 3 in `float`. So block sums round in `float` and can overflow where those of `dotSISD` don't.
-    /// With unequal phases `dotSIMD` is `dotSISD`. The result depends on phase, num and flag, and on nothing
-    /// else. num of 0 gives +0.
+    /// With unequal phases `dotSIMD` is `dotSISD`. Of the same numbers the result depends on phases, num and
+    /// flag, on the thread's rounding and denormal modes, and on nothing else. num of 0 or less gives +0.
     /// @{
     static double dot(const float* a, const float* b, std::int64_t num);
     static double dotSIMD(const float* a, const float* b, std::int64_t num);
@@ -622,7 +639,8 @@ public:
     /// `mulColVec44` and `mulRowVec44` take another sum, (w term + z term) + (y term + x term), for all
     /// vectors if the flag is set and d lies on a 16-byte boundary. A 0 in m isn't skipped: NaN and
     /// infinities spread. If m lies in the stream, the element sums use it as it stands at each vector, the
-    /// lane sums as it stood at the call.
+    /// lane sums as it stood at the call; of a mask in the stream each entry counts as it stands when the
+    /// turn of its vector comes, in both.
     /// @{
     static void mulColVec44(float* d, const float (*m)[4], std::int64_t num, const std::uint32_t* mask);
     static void mulColVec44_3(float* d, const float (*m)[4], std::int64_t num, const std::uint32_t* mask);
@@ -636,8 +654,10 @@ public:
 
     /// @name Four-lane streams
     /// Each vector of four floats in d, plus, minus or times the four floats at b, component by component.
-    /// The mask is that of the matrix streams. The same bits on every route; lanes serve from 4 vectors on a
-    /// 16-byte boundary up.
+    /// The mask is that of the matrix streams. Lanes serve from 4 vectors on a 16-byte boundary up, with the
+    /// same bits where b is apart from the stream. Where it lies in it, and so where b is d, the lanes use b
+    /// as it stood at the call, and the elements read b[k] anew for component k of each vector: `vadd4u4` of
+    /// five vectors of ones by d itself gives five of twos in lanes, and 2 3 3 3 3 by elements.
     /// @{
     static void vadd4u4(float* d, const float* b, std::int64_t num, const std::uint32_t* mask);
     static void vsub4u4(float* d, const float* b, std::int64_t num, const std::uint32_t* mask);
