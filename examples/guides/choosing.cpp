@@ -2,18 +2,27 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numeric>
 #include <vector>
 
 #include "ZEL_Math.h"
 
 // A literal 0 is a null pointer as well as a value, so these calls are ambiguous and don't compile.
 template <class T>
-concept TakesBareZero = requires(T* d, const T* a, const std::uint32_t* mask) {
+concept MultipliesByBareZero = requires(T* d, const T* a) {
     ZEL_Math::mul(d, a, 0, 1);
-}
-|| requires(T* d, const T* a) { ZEL_Math::sub(d, 0, a, 1); }
-|| requires(T* d, const std::uint32_t* mask) { ZEL_Math::set(d, 0, 1, mask); };
-static_assert(!TakesBareZero<float> && !TakesBareZero<double>);
+};
+template <class T>
+concept SubtractsFromBareZero = requires(T* d, const T* a) {
+    ZEL_Math::sub(d, 0, a, 1);
+};
+template <class T>
+concept SetsBareZero = requires(T* d, const std::uint32_t* mask) {
+    ZEL_Math::set(d, 0, 1, mask);
+};
+static_assert(!MultipliesByBareZero<float> && !MultipliesByBareZero<double>);
+static_assert(!SubtractsFromBareZero<float> && !SubtractsFromBareZero<double>);
+static_assert(!SetsBareZero<float> && SetsBareZero<int>);
 
 int main() {
     int failures = 0;
@@ -76,6 +85,33 @@ int main() {
     const Floats light = {-0.1f, 0, 0.5f, 1, 1.7f};
     ZEL_Math::wpoint(bytes.data(), light.data(), 255.0f, 255.0f, 0.0f, n);
     expect("to bytes", bytes, std::vector<std::uint8_t>{0, 0, 128, 255, 255});
+
+    std::vector<std::uint8_t> samples(256);
+    std::iota(samples.begin(), samples.end(), std::uint8_t{0});
+    Floats quotients(256);
+    for (int i = 0; i < 256; ++i) quotients[i] = static_cast<float>(i) / 255.0f;
+
+    // Bytes into 0 to 1, each the float nearest to i / 255: unscaled, then divided by an array
+    Floats unit(256);
+    const Floats whole(256, 255.0f);
+    ZEL_Math::iwpoint(unit.data(), samples.data(), 1.0f, 0, 256);
+    ZEL_Math::div(unit.data(), unit.data(), whole.data(), 256);
+    expect("from bytes", unit, quotients);
+
+    // ... and what the shorter ways give
+    const auto others = [&](const Floats& got) {
+        int count = 0;
+        for (int i = 0; i < 256; ++i) count += got[i] != quotients[i];
+        return count;
+    };
+    for (const bool flag : {true, false}) {
+        ZEL_Math::forceSIMD(flag);
+        ZEL_Math::iwpoint(unit.data(), samples.data(), 255.0f, 0, 256);
+        expect("from bytes by 255", others(unit), flag ? 246 : 126);
+        ZEL_Math::iwpoint(unit.data(), samples.data(), 1.0f, 0, 256);
+        ZEL_Math::div(unit.data(), unit.data(), 255.0f, 256);
+        expect("... by a value", others(unit), 126);
+    }
 
     // There is no member that copies an array as it is.
     std::copy(signal.begin(), signal.end(), y.begin());
