@@ -22,9 +22,9 @@ split() {
 resume() {
     on 3 1 half.png "${grid[@]}" --steps 31 --checkpoint state >said || fault "no checkpoint"
     same on 2 2 out.png "${grid[@]}" --resume state
-    head -c 9999 state >cut && head -c "$(wc -c <state)" "$program" >foreign && cp state damaged
+    head -c 9999 state >short && head -c "$(wc -c <state)" "$program" >foreign && cp state damaged
     printf '\x55' | dd of=damaged bs=1 seek=20000 conv=notrunc status=none
-    for file in cut foreign damaged 'state --kill 0.06' 'state --size 46x70' 'state --steps 30'; do
+    for file in short foreign damaged 'state --kill 0.06' 'state --size 46x70' 'state --steps 30'; do
         on 2 1 no.png "${grid[@]}" --resume $file >said 2>complaint && fault "accepted: $file"
         [[ $(wc -l <complaint) == 1 && ! -e no.png ]] || fault "$file: $(<complaint)"
     done

@@ -136,17 +136,18 @@ void iwpointLoop(float* d, const Sample* a, float reciprocal, Sample black, Coun
 
 /// d[i] = theUnitTable[a[i]], upward.
 void unitElements(float* d, const std::uint8_t* a, Count num) {
-    Count i = 0;
-    if (apart(d, num * Count{sizeof *d}, a,
-              num))  // four samples in one load, unless a store could change those to come
-        for (; i + 4 <= num; i += 4) {
-            std::uint32_t samples;
-            std::memcpy(&samples, a + i, sizeof samples);
-            _mm_storeu_ps(d + i,
-                          _mm_setr_ps(theUnitTable[samples & 0xFF], theUnitTable[samples >> 8 & 0xFF],
-                                      theUnitTable[samples >> 16 & 0xFF], theUnitTable[samples >> 24]));
-        }
-    for (; i < num; ++i) d[i] = theUnitTable[a[i]];
+    const auto one = [=](Count i) { d[i] = theUnitTable[a[i]]; };
+    const auto four = [=](Count i) {
+        std::uint32_t samples;
+        std::memcpy(&samples, a + i, sizeof samples);
+        _mm_storeu_ps(d + i, _mm_setr_ps(theUnitTable[samples & 0xFF], theUnitTable[samples >> 8 & 0xFF],
+                                         theUnitTable[samples >> 16 & 0xFF], theUnitTable[samples >> 24]));
+    };
+    // Four samples in one load only where no store can change those to come.
+    if (num >= 4 && apart(d, num * Count{sizeof *d}, a, num))
+        upward<4, 1>(0, num, four, one);
+    else
+        upward<1, 1>(0, num, one, one);
 }
 
 }  // namespace

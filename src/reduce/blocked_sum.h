@@ -48,8 +48,9 @@ double reduce(Count num, bool sideBySide, Sisd sisd, Term term, const float* d, 
 
     // Any number of blocks side by side gives the same bits. The bounds are measured: in arrays that no cache
     // holds, two places to read from starve the prefetcher.
-    const Count bytes = num * Count{sizeof(float)} * Count{1 + sizeof...(others)};
-    const bool cached = bytes <= Count{1536} << 10, prefetched = bytes <= Count{20} << 20;
+    constexpr Count bytesPerElement = sizeof(float) * (1 + sizeof...(others));
+    const bool cached = num <= (Count{1536} << 10) / bytesPerElement;
+    const bool prefetched = num <= (Count{20} << 20) / bytesPerElement;
     Count i = lead;
     if (sideBySide && prefetched)
         for (; end - i >= 2 * blockElements; i += 2 * blockElements)
