@@ -1,0 +1,129 @@
+// Pixels: the recipes of docs/cookbook.md, each compared with a plain loop, and their cost.
+#include "recipe.h"
+
+/// i / 255.0f to the bit, for each of the 256 bytes. fulls holds n times 255.
+void fromBytes(float* d, const std::uint8_t* a, const float* fulls, std::int64_t n) {
+    ZEL_Math::iwpoint(d, a, 1.0f, 0, n);  // 0 to 255: a scale of 255 would give six decimals
+    ZEL_Math::div(d, d, fulls, n);        // by an array: a value would multiply by its reciprocal
+}
+
+/// Each pixel with its neighbours to the left and right, weights 1 2 1: sums of two, twice, in place. Pixel i
+/// ends up at i - 1, and the last two of the n places are left over.
+void blurRow(float* row, std::int64_t n) {
+    if (n < 3) return;
+    ZEL_Math::add(row, row, row + 1, n - 1);
+    ZEL_Math::add(row, row, row + 1, n - 2);
+    ZEL_Math::mul(row, row, 0.25f, n - 2);
+}
+
+/// White where lo <= a <= hi, black elsewhere. Masks say what is left alone: so ask for what lies outside.
+void band(float* d, int* below, int* above, const float* a, float lo, float hi, std::int64_t n) {
+    ZEL_Math::lt(below, a, lo, n);
+    ZEL_Math::gt(above, a, hi, n);
+    ZEL_Math::bor(below, below, above, n);
+    ZEL_Math::set(d, 0.0f, n);
+    ZEL_Math::set(d, 1.0f, n, reinterpret_cast<const std::uint32_t*>(below));
+}
+
+/// d = a < b ? c : e, which is np.where: d is e first, and c where a >= b is false.
+void select(float* d, int* work, const float* a, const float* b, const float* c, const float* e,
+            std::int64_t n) {
+    ZEL_Math::ge(work, a, b, n);
+    std::copy(e, e + n, d);
+    ZEL_Math::set(d, c, n, reinterpret_cast<const std::uint32_t*>(work));
+}
+
+/// int to float, exactly, from -2^22 to 2^22 - 1: added to the word of 1.5 * 2^23, a number counts its last
+/// bits, and a subtraction takes the rest away.
+void toFloats(float* d, int* work, const int* a, std::int64_t n) {
+    ZEL_Math::add(work, a, 0x4B400000, n);
+    ZEL_Math::sub(d, reinterpret_cast<const float*>(work), 12582912.0f, n);
+}
+
+/// Any int, rounded to the nearest float: a loop of your own.
+void toFloatsByLoop(float* d, const int* a, std::int64_t n) {
+    for (std::int64_t i = 0; i < n; ++i) d[i] = static_cast<float>(a[i]);
+}
+
+void bytes(bool print) {
+    const std::int64_t n = 259;
+    std::vector<std::uint8_t> a(n);
+    Floats wanted(n), got(n), fulls(n, 255.0f);
+    for (std::int64_t i = 0; i < n; ++i) {
+        a[i] = static_cast<std::uint8_t>(i);
+        wanted[i] = static_cast<float>(a[i]) / 255.0f;
+    }
+    const auto others = [&] {
+        int count = 0;
+        for (int i = 0; i < 256; ++i) count += std::memcmp(&got[i], &wanted[i], 4) != 0;
+        return count;
+    };
+    ZEL_Math::iwpoint(got.data(), a.data(), 255.0f, 0, n);
+    const int scaled = others();
+    ZEL_Math::iwpoint(got.data(), a.data(), 1.0f, 0, n);
+    ZEL_Math::div(got.data(), got.data(), 255.0f, n);
+    const int byValue = others();
+    expect("other bits", scaled == (ZEL_Math::isSIMD() ? 246 : 126) && byValue == 126);
+    if (print) std::printf("not i / 255: %d by iwpoint, %d by a value\n", scaled, byValue);
+    fromBytes(got.data(), a.data(), fulls.data(), n);
+    expectSame("bytes", got, wanted);
+}
+
+void blurs() {
+    for (std::int64_t n = 0; n < 70; ++n) {
+        const Floats row = numbers(n, 0, 1);
+        Floats got = row, wanted(std::max<std::int64_t>(n - 2, 0));
+        for (std::int64_t i = 1; i + 1 < n; ++i)
+            wanted[i - 1] = ((row[i - 1] + row[i]) + (row[i] + row[i + 1])) * 0.25f;
+        blurRow(got.data(), n);
+        got.resize(wanted.size());
+        expectSame("blur", got, wanted);
+    }
+}
+
+void choices() {
+    const std::int64_t n = 1003;
+    const Floats a = numbers(n, 0, 1), b = numbers(n, 0.3f, 0.6f), c = numbers(n, 2, 3), e = numbers(n, 4, 5);
+    Floats banded(n), wantedBand(n), selected(n), wantedSelect(n);
+    Ints below(n), above(n);
+    band(banded.data(), below.data(), above.data(), a.data(), 0.25f, 0.5f, n);
+    select(selected.data(), below.data(), a.data(), b.data(), c.data(), e.data(), n);
+    for (std::int64_t i = 0; i < n; ++i) {
+        wantedBand[i] = a[i] >= 0.25f && a[i] <= 0.5f ? 1.0f : 0.0f;
+        wantedSelect[i] = a[i] < b[i] ? c[i] : e[i];
+    }
+    expectSame("band", banded, wantedBand);
+    expectSame("select", selected, wantedSelect);
+}
+
+void integers() {
+    const std::int64_t n = 1 << 23;
+    Ints a(n), work(n);
+    Floats got(n), wanted(n);
+    for (std::int64_t i = 0; i < n; ++i) a[i] = static_cast<int>(i - n / 2);
+    toFloats(got.data(), work.data(), a.data(), n);
+    toFloatsByLoop(wanted.data(), a.data(), n);
+    expectSame("int to float", got, wanted);
+}
+
+int main() {
+    for (const bool flag : {false, true}) {
+        ZEL_Math::forceSIMD(flag);
+        bytes(flag);
+        blurs();
+        choices();
+        integers();
+    }
+    const std::int64_t n = 4096;
+    std::vector<std::uint8_t> eight(n);
+    Floats x = numbers(n, 0, 1), y = x, fulls(n, 255.0f);
+    Ints i(n), j(n);
+    cost("bytes, exactly", n, [&] { fromBytes(y.data(), eight.data(), fulls.data(), n); });
+    cost("bytes, six decimals", n, [&] { ZEL_Math::iwpoint(y.data(), eight.data(), 255.0f, 0, n); });
+    cost("blur of a row", n, [&] { blurRow(y.data(), n); });
+    cost("band", n, [&] { band(y.data(), i.data(), j.data(), x.data(), 0.25f, 0.5f, n); });
+    cost("select", n, [&] { select(y.data(), i.data(), x.data(), fulls.data(), x.data(), fulls.data(), n); });
+    cost("int to float", n, [&] { toFloats(y.data(), j.data(), i.data(), n); });
+    cost("int to float, a loop", n, [&] { toFloatsByLoop(y.data(), i.data(), n); });
+    return theFailures;
+}

@@ -1,0 +1,119 @@
+// Points, with x, y and z in arrays of their own: the recipes of docs/cookbook.md, and their cost.
+#include "recipe.h"
+
+/// The squares of the lengths.
+void squares(float* t, const float* x, const float* y, const float* z, std::int64_t n) {
+    ZEL_Math::mul(t, x, x, n);
+    ZEL_Math::madd(t, y, y, n);  // t = t + y * y
+    ZEL_Math::madd(t, z, z, n);
+}
+
+/// r = 1 / root of t: a root and a quotient, each rounded once.
+void exactFactor(float* r, const float* t, std::int64_t n) {
+    ZEL_Math::sqrt(r, t, n);
+    ZEL_Math::div(r, 1.0f, r, n);
+}
+
+/// The same within 2^-21 of it: an estimate of 12 bits, then Newton's r (1.5 - 0.5 t r r). Not for a t of 0.
+void quickFactor(float* r, float* work, const float* t, std::int64_t n) {
+    ZEL_Math::isqrt(r, t, n);
+    ZEL_Math::mul(work, r, r, n);
+    ZEL_Math::mul(work, work, t, n);
+    ZEL_Math::scaleoffset(work, -0.5f, 1.5f, n);  // work = work * -0.5 + 1.5
+    ZEL_Math::mul(r, r, work, n);
+}
+
+/// All but points at the origin to length 1. A mask names what is left alone, so it asks for the zeros.
+void normalise(float* x, float* y, float* z, float* t, float* r, int* zeros, std::int64_t n) {
+    squares(t, x, y, z, n);
+    ZEL_Math::eq(zeros, t, 0.0f, n);
+    exactFactor(r, t, n);
+    for (float* axis : {x, y, z}) {
+        ZEL_Math::mul(t, axis, r, n);  // 0 * infinity for the zeros ...
+        ZEL_Math::set(axis, t, n, reinterpret_cast<const std::uint32_t*>(zeros));  // ... which stay
+    }
+}
+
+/// Points as x y z x y z ...: those whose entry in `fixed` isn't 0 are neither read nor written.
+void turn(float* points, float cosine, float sine, std::int64_t n, const std::uint32_t* fixed) {
+    const float m[3][4] = {{cosine, -sine, 0, 0}, {sine, cosine, 0, 0}, {0, 0, 1, 0}};
+    ZEL_Math::mulColVec34_3(points, m, n, fixed);
+}
+
+/// The largest relative error of r as the reciprocal root of t.
+double error(const Floats& r, const Floats& t) {
+    double largest = 0;
+    for (std::size_t i = 0; i < t.size(); ++i)
+        largest = std::max(largest, std::fabs(r[i] * std::sqrt(static_cast<double>(t[i])) - 1));
+    return largest;
+}
+
+void factors(bool print) {
+    const Floats t = numbers(1 << 20, 0.25f, 4);  // two octaves twice: the roots repeat beyond
+    const std::int64_t n = static_cast<std::int64_t>(t.size());
+    Floats r(n), work(n);
+    ZEL_Math::isqrt(r.data(), t.data(), n);
+    const double estimate = error(r, t);
+    quickFactor(r.data(), work.data(), t.data(), n);
+    const double quick = error(r, t);
+    exactFactor(r.data(), t.data(), n);
+    const double exact = error(r, t);
+    expect("estimate", estimate <= 1.5 / 4096);
+    expect("estimate and Newton", quick <= 1.0 / (1 << 21));
+    expect("root and quotient", exact <= 1.5 / (1 << 24) * 1.000001);
+    if (print) std::printf("largest error: %.1e, with Newton %.1e, exact %.1e\n", estimate, quick, exact);
+}
+
+void lengths() {
+    const std::int64_t n = 1003;
+    Floats x = numbers(n, -1, 1), y = numbers(n, -3, 2), z = numbers(n, 5, 6), t(n), r(n);
+    x[7] = y[7] = z[7] = x[n - 1] = y[n - 1] = z[n - 1] = 0;
+    Floats wanted[] = {x, y, z};
+    Ints zeros(n);
+    normalise(x.data(), y.data(), z.data(), t.data(), r.data(), zeros.data(), n);
+    for (std::int64_t i = 0; i < n; ++i) {
+        const float square =
+            (wanted[0][i] * wanted[0][i] + wanted[1][i] * wanted[1][i]) + wanted[2][i] * wanted[2][i];
+        if (square != 0)
+            for (Floats& axis : wanted) axis[i] *= 1 / std::sqrt(square);
+    }
+    expectSame("normalise x", x, wanted[0]);
+    expectSame("normalise y", y, wanted[1]);
+    expectSame("normalise z", z, wanted[2]);
+}
+
+void turns() {
+    const std::int64_t n = 501;
+    Floats points = numbers(3 * n, -1, 1), wanted = points;
+    std::vector<std::uint32_t> fixed(n);
+    for (std::int64_t i = 0; i < n; i += 3) fixed[i] = 1;
+    turn(points.data(), 0.6f, 0.8f, n, fixed.data());
+    for (std::int64_t i = 0; i < n; ++i) {
+        const float x = wanted[3 * i], y = wanted[3 * i + 1];
+        if (fixed[i]) continue;
+        wanted[3 * i] = x * 0.6f + y * -0.8f;
+        wanted[3 * i + 1] = x * 0.8f + y * 0.6f;
+    }
+    expectSame("turn", points, wanted);
+}
+
+int main() {
+    for (const bool flag : {false, true}) {
+        ZEL_Math::forceSIMD(flag);
+        factors(flag);
+        lengths();
+        turns();
+    }
+    const std::int64_t n = 4096;
+    Floats x = numbers(n, -1, 1), y = x, z = x, t = numbers(n, 1, 2), r(n), work(n),
+           points = numbers(3 * n, -1, 1);
+    Ints zeros(n);
+    const std::vector<std::uint32_t> none(n);
+    cost("squares of lengths", n, [&] { squares(t.data(), x.data(), y.data(), z.data(), n); });
+    cost("1 / root, exact", n, [&] { exactFactor(r.data(), t.data(), n); });
+    cost("1 / root, estimate and Newton", n, [&] { quickFactor(r.data(), work.data(), t.data(), n); });
+    cost("normalise, with a mask", n,
+         [&] { normalise(x.data(), y.data(), z.data(), t.data(), r.data(), zeros.data(), n); });
+    cost("turn x y z, with a mask", n, [&] { turn(points.data(), 0.6f, 0.8f, n, none.data()); });
+    return theFailures;
+}

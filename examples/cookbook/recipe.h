@@ -1,0 +1,57 @@
+// What the programs of the cookbook share: the judgement of a recipe, and its cost.
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "ZEL_Math.h"
+
+using Floats = std::vector<float>;
+using Ints = std::vector<int>;
+
+inline int theFailures = 0;
+
+inline void expect(const char* what, bool told) {
+    if (!told) std::printf("%s, flag %s: NOT as told\n", what, ZEL_Math::isSIMD() ? "set" : "clear");
+    theFailures += !told;
+}
+
+/// The same bits, in arrays of any kind of number.
+template <class T>
+void expectSame(const char* what, const std::vector<T>& got, const std::vector<T>& wanted) {
+    const bool same = got.size() == wanted.size() &&
+                      (got.empty() || std::memcmp(got.data(), wanted.data(), sizeof(T) * got.size()) == 0);
+    expect(what, same);
+}
+
+/// Uneven numbers between lo and hi, the same at every run.
+inline Floats numbers(std::int64_t num, float lo, float hi) {
+    Floats x(num);
+    std::uint32_t word = 12345;
+    for (float& value : x) {
+        word = word * 1664525 + 1013904223;
+        value = lo + (hi - lo) * (static_cast<float>(word >> 8) / 16777216);
+    }
+    return x;
+}
+
+/// Prints nanoseconds an element, of the best run among those of 30 milliseconds: the least disturbed.
+template <class Work>
+void cost(const char* what, std::int64_t elements, Work work) {
+    using Clock = std::chrono::steady_clock;
+    double best = 1e9;
+    for (const auto end = Clock::now() + std::chrono::milliseconds(30); Clock::now() < end;) {
+        const auto start = Clock::now();
+        for (int k = 0; k < 4; ++k) {
+            work();
+            std::atomic_signal_fence(std::memory_order_seq_cst);  // else a loop of pure work is done once
+        }
+        best = std::min(best, std::chrono::duration<double, std::nano>(Clock::now() - start).count() / 4);
+    }
+    std::printf("%-34s %6.2f ns an element\n", what, best / static_cast<double>(elements));
+}
