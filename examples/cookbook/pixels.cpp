@@ -45,6 +45,13 @@ void toFloatsByLoop(float* d, const int* a, std::int64_t n) {
     for (std::int64_t i = 0; i < n; ++i) d[i] = static_cast<float>(a[i]);
 }
 
+/// d = a - b, modulo 2 to the 32nd: turned over, a is -a - 1. d may be a, but not b.
+void difference(int* d, const int* a, const int* b, std::int64_t n) {
+    ZEL_Math::bxor(d, a, -1, n);
+    ZEL_Math::add(d, d, b, n);
+    ZEL_Math::bxor(d, d, -1, n);
+}
+
 void bytes(bool print) {
     const std::int64_t n = 259;
     std::vector<std::uint8_t> a(n);
@@ -104,6 +111,14 @@ void integers() {
     toFloats(got.data(), work.data(), a.data(), n);
     toFloatsByLoop(wanted.data(), a.data(), n);
     expectSame("int to float", got, wanted);
+
+    const Ints b = {5, -7, 2147483647, -2147483647 - 1, 0};
+    const auto few = static_cast<std::int64_t>(b.size());
+    Ints differences(few), wantedDifferences(few);
+    for (std::int64_t i = 0; i < few; ++i)
+        wantedDifferences[i] = static_cast<int>(static_cast<unsigned>(a[i]) - static_cast<unsigned>(b[i]));
+    difference(differences.data(), a.data(), b.data(), few);
+    expectSame("difference", differences, wantedDifferences);
 }
 
 int main() {
@@ -125,5 +140,6 @@ int main() {
     cost("select", n, [&] { select(y.data(), i.data(), x.data(), fulls.data(), x.data(), fulls.data(), n); });
     cost("int to float", n, [&] { toFloats(y.data(), j.data(), i.data(), n); });
     cost("int to float, a loop", n, [&] { toFloatsByLoop(y.data(), i.data(), n); });
+    cost("difference of ints", n, [&] { difference(i.data(), i.data(), j.data(), n); });
     return theFailures;
 }
