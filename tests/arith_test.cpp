@@ -23,12 +23,6 @@ const Register addSubMul([] {
     real<Array, Value>(Z::mul, Z::mulSIMD, Z::mul, times);
 });
 
-/// A dispatching member that divides an array by a value, and has no SIMD member.
-template <class Formula>
-Row& divisionByValue(Member<float, Array<float>, float> member, Formula formula) {
-    return add(formulaRow<float, Array<float>, float>(member, Kind::dispatching, formula));
-}
-
 const Register division([] {
     const auto quotient = [](auto, auto a, auto b) { return a / b; };
     const auto estimate = [](float, float a, float b) { return product(a, rcp(b)); };
@@ -36,10 +30,10 @@ const Register division([] {
     real<Value, Array>(Z::div, Z::divSIMD, Z::div, quotient);
     real<Array, Array>(Z::fdiv, Z::fdivSIMD, Z::fdiv, quotient, estimate);
     real<Value, Array>(Z::fdiv, Z::fdivSIMD, Z::fdiv, quotient, estimate);
-    // A value divisor is one reciprocal and a product, on every route.
+    // A value divisor is one reciprocal and a product, on every route, and there is no SIMD member.
     const auto byReciprocal = [](float, float a, float b) { return product(a, 1.0f / b); };
-    divisionByValue(Z::div, byReciprocal);
-    divisionByValue(Z::fdiv, byReciprocal);
+    only<float, Array<float>, float>(Z::div, byReciprocal, Kind::dispatching);
+    only<float, Array<float>, float>(Z::fdiv, byReciprocal, Kind::dispatching);
 
     const auto guarded = [](auto, auto a, auto b) {
         return b == 0 ? a / std::numeric_limits<decltype(b)>::infinity() : a / b;
@@ -47,8 +41,8 @@ const Register division([] {
     real<Array, Array>(Z::safediv, Z::safedivSIMD, Z::safediv, guarded);
     real<Value, Array>(Z::safediv, Z::safedivSIMD, Z::safediv, guarded,
                        [](float, float a, float b) { return b == 0 ? 0.0f : a / b; });
-    Row& row = divisionByValue(Z::safediv,
-                               [](float, float a, float b) { return b == 0 ? 0.0f : product(a, 1.0f / b); });
+    const auto guardedByValue = [](float, float a, float b) { return b == 0 ? 0.0f : product(a, 1.0f / b); };
+    Row& row = only<float, Array<float>, float>(Z::safediv, guardedByValue, Kind::dispatching);
     row.adjust = [](Case& c) {
         if (below(4) == 0) c.give(2, below(2) ? 0.0f : -0.0f);
     };

@@ -136,10 +136,8 @@ void whitePointRows() {
         };
     }
 }
-const Register whitePoint([] {
-    whitePointRows<std::uint8_t>();
-    whitePointRows<std::uint16_t>();
-    whitePointRows<float>();
-});
+const Register whitePoint8(whitePointRows<std::uint8_t>);
+const Register whitePoint16(whitePointRows<std::uint16_t>);
+const Register whitePointFloat(whitePointRows<float>);
 
 }  // namespace

@@ -8,11 +8,10 @@ namespace {
 /// Rounded to float; an open NaN stays open.
 float rounded(double x) { return bits(x) == bits(anyNaN<double>) ? anyNaN<float> : static_cast<float>(x); }
 
-/// The model of a blocked sum: term(c, i, lane) works on element i and gives the float to add, in a
-/// lane or not.
+/// A blocked sum: term(c, i, lane) works on element i, in a lane or not, and gives the float to add.
 template <class Term>
 void reduction(auto* member, Kind kind, Term term) {
-    Row row = modelRow(member, kind, [=](const Case& c) {
+    Row& row = add(modelRow(member, kind, [=](const Case& c) {
         const auto [lead, end] = Groups(c.lanePhase(), c.count);
         const auto elements = [&](Count from, Count to) {
             double total = 0;
@@ -31,9 +30,8 @@ void reduction(auto* member, Kind kind, Term term) {
             total += static_cast<double>(((sums[0] + sums[1]) + sums[2]) + sums[3]);
         }
         return bits(total);
-    });
+    }));
     row.large = {67, 1020, 1024, 2049, 3000, 4100};
-    add(row);
 }
 
 const Register reductions([] {

@@ -13,7 +13,7 @@ bool taken(const Case& c, Count i) { return !c.places[2] || c.item<Mask>(2, i) =
 
 void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), bool column, int stride,
                Fourth fourth) {
-    Row row = modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
+    Row& row = add(modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
         const int results = fourth == Fourth::scaled ? 4 : 3, terms = fourth == Fourth::none ? 3 : 4;
         const bool lanes = fourth == Fourth::scaled && onLanes(c, 1);
         float m[4][4];  // what scales component k in result j
@@ -32,17 +32,16 @@ void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), b
             for (int j = 0; j < results; ++j) c.item<float>(0, stride * i + j) = r[j];
         }
         return 0;
-    });
+    }));
     row.operands[0].perCount = stride;
     row.operands[1].size = 4;
     // Floats of m up to the last one that the member names.
     row.operands[1].fixed = fourth == Fourth::scaled ? 16 : fourth == Fourth::none ? 11 : column ? 12 : 15;
     row.operands[2].nullable = true;
-    add(row);
 }
 
 void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), float (*formula)(float, float)) {
-    Row row = modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
+    Row& row = add(modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
         float first[4];
         const bool lanes = onLanes(c, 4);
         for (int k = 0; k < 4 && lanes; ++k) first[k] = c.item<float>(1, k);
@@ -53,10 +52,9 @@ void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), float
                     v = formula(v, lanes ? first[k] : c.item<float>(1, k));
                 }
         return 0;
-    });
+    }));
     row.operands[0].perCount = row.operands[1].fixed = 4;
     row.operands[2].nullable = true;
-    add(row);
 }
 
 const Register streams([] {

@@ -31,6 +31,10 @@ std::byte* const thePanes = [] {
 }();
 std::byte* pane(int k) { return thePanes + k * paneStride; }
 
+void mark(decltype(__asan_poison_memory_region)* region, std::span<const std::byte> memory) {
+    if (region) region(memory.data(), memory.size());
+}
+
 // ---- Random numbers and contents
 
 /// Any word: what a row is tried with follows from it and from the row's name.
@@ -46,8 +50,7 @@ std::uint64_t anything() {
     return x;
 }
 
-/// A float's word: zeros, denormals, infinities, NaNs of both kinds, what lies around 1 and the bounds
-/// of integers, anything.
+/// A float's word: zeros, denormals, infinities, NaNs, what is near 1 or a bound of integers, anything.
 std::uint32_t special() {
     const std::uint64_t any = anything();
     const auto word = static_cast<std::uint32_t>(any);
@@ -61,8 +64,7 @@ std::uint32_t special() {
 
 const Case* theCase;  // at work
 
-template <class... A>
-std::string format(const char* pattern, A... a) {
+std::string format(const char* pattern, auto... a) {
     char line[200];
     return {line, line + std::snprintf(line, sizeof line, pattern, a...)};
 }
@@ -108,8 +110,7 @@ void digest(const Row& row, std::uint64_t word) {
     sum = (sum ^ word) * 1099511628211u;
 }
 
-/// What is filled and compared: the operands that are there, each with what lies around it, as far as
-/// its pane goes.
+/// What is filled and compared: each operand that is there, with what lies around it as far as its pane goes.
 std::vector<std::span<std::uint32_t>> surroundings(const Case& c) {
     std::vector<std::span<std::uint32_t>> all;
     for (std::size_t k = 0; k < c.places.size(); ++k) {
@@ -175,18 +176,14 @@ std::uint64_t check(const Case& c) {
     const auto filled = surroundings(c);
     for (const auto memory : filled) std::ranges::copy(memory, memory.data() + modelDistance / 4);
     // Under the address sanitizer, what isn't an operand can't even be read, or written back as it was.
-    for (const auto memory : filled)
-        if (__asan_poison_memory_region) __asan_poison_memory_region(memory.data(), memory.size_bytes());
-    for (std::size_t k = 0; k < c.places.size(); ++k)
-        if (__asan_unpoison_memory_region)
-            __asan_unpoison_memory_region(c.bytes(k).data(), c.bytes(k).size());
+    for (const auto memory : filled) mark(__asan_poison_memory_region, std::as_bytes(memory));
+    for (std::size_t k = 0; k < c.places.size(); ++k) mark(__asan_unpoison_memory_region, c.bytes(k));
 
     ZEL_Math::forceSIMD(c.flag);
     _mm_setcsr(c.control);
     const std::uint64_t got = c.row.call(c);
     const unsigned after = _mm_getcsr();
-    for (const auto memory : filled)
-        if (__asan_unpoison_memory_region) __asan_unpoison_memory_region(memory.data(), memory.size_bytes());
+    for (const auto memory : filled) mark(__asan_unpoison_memory_region, std::as_bytes(memory));
     _mm_setcsr(c.control & ~_MM_EXCEPT_MASK);
     theRaised = c.control & _MM_EXCEPT_MASK;
     const std::uint64_t want = c.row.model(c);
@@ -221,8 +218,7 @@ public:
             if (row.operands[k].array) arrays.push_back(k);
     }
 
-    /// Every combination of phases with every count, and every pair of arrays at every shift
-    /// with every count.
+    /// With every count: every combination of phases, and every pair of arrays at every shift.
     void TestBody() override {
         for (int k = 0; k < panes; ++k)  // a row that failed leaves them unequal
             std::memcpy(pane(k) + modelDistance, pane(k), paneBytes);
@@ -266,8 +262,7 @@ public:
 private:
     /// Modes, and numbers in their places.
     void draw() {
-        // MXCSR as most callers have it, or any rounding with or without denormals; some flags
-        // are up already.
+        // MXCSR as most callers have it, or any rounding, with denormals or not; some flags are up already.
         c.control = 0x1F80;
         if (below(3) == 0) c.control |= below(4) << 13 | (below(2) ? 0x8000 : 0) | (below(2) ? 0x40 : 0);
         if (below(2) == 0) c.control |= below(64);
@@ -300,8 +295,7 @@ private:
             throw report(other, "other bits than elsewhere");
     }
 
-    /// Each array in memory of its own, by two bits of slots: at phases, or right behind or before
-    /// an unreadable page.
+    /// Each array in memory of its own, by two bits of slots: at phases, or next to an unreadable page.
     void place(Case& at, std::uint32_t slots, bool atEdges = false) {
         for (int k = 0; const std::size_t a : arrays) {
             const Operand& o = row.operands[a];

@@ -1,7 +1,6 @@
-// The engine. A row names a member and has a model of it, written from the member's meaning. The sweep
-// calls the member on one memory and the model on a copy, and compares every byte: over phases, counts,
-// overlaps, contents, flag and modes. A model does its work in the promised order, an element or a lane
-// group at a time.
+// The engine. A row names a member and has a model of it, written from the member's meaning. The sweep calls
+// the member on one memory and the model on a copy, and compares every byte: over phases, counts, overlaps,
+// contents, flag and modes. A model works in the promised order, an element or a lane group at a time.
 #pragma once
 
 #include <xmmintrin.h>
@@ -26,22 +25,15 @@ using Z = ZEL_Math;
 using Count = std::int64_t;
 using Mask = std::uint32_t;
 
-// ---- Which NaN comes out where two meet isn't fixed: a model then gives these bits, which any
-// quiet NaN matches.
+// ---- Which NaN comes out where two meet isn't fixed: a model then gives bits that any quiet NaN matches.
 
 template <class T>
 constexpr T anyNaN = std::bit_cast<T>(0x7FE5EED5);
 template <>
 inline constexpr double anyNaN<double> = std::bit_cast<double>(0x7FFE5EED5EED7E57);
 
-template <class T>
-T sum(T a, T b) {
-    return std::isnan(a) && std::isnan(b) ? anyNaN<T> : a + b;
-}
-template <class T>
-T product(T a, T b) {
-    return std::isnan(a) && std::isnan(b) ? anyNaN<T> : a * b;
-}
+auto sum(auto a, decltype(a) b) { return std::isnan(a) && std::isnan(b) ? anyNaN<decltype(a)> : a + b; }
+auto product(auto a, decltype(a) b) { return std::isnan(a) && std::isnan(b) ? anyNaN<decltype(a)> : a * b; }
 
 // ---- What the processor's own operations give
 
@@ -120,15 +112,11 @@ struct Case {
     T& item(std::size_t operand, Count i = 0) const {
         return reinterpret_cast<T*>(places[operand] + modelDistance)[i];
     }
-    template <class T>
-    void give(std::size_t value, T x) const {
-        reinterpret_cast<T&>(*places[value]) = x;
-    }
+    void give(std::size_t value, auto x) const { reinterpret_cast<decltype(x)&>(*places[value]) = x; }
     /// An operand's bytes on the library's side.
     std::span<std::byte> bytes(std::size_t operand) const {
-        const Operand& o = row.operands[operand];
-        return {places[operand],
-                static_cast<std::size_t>(places[operand] ? o.bytes(std::max<Count>(count, 0)) : 0)};
+        const Count all = row.operands[operand].bytes(std::max<Count>(count, 0));
+        return {places[operand], static_cast<std::size_t>(places[operand] ? all : 0)};
     }
     /// Whether the call goes to lanes, if phases allow it.
     bool usesLanes() const { return row.kind == Kind::simd || (row.kind == Kind::dispatching && flag); }
@@ -142,8 +130,7 @@ struct Case {
     Count lanePhase() const;
 };
 
-/// Where the lane groups lie: from element lead to end. For a phase below 0 there are none,
-/// behind all elements.
+/// Where the lane groups lie: from element lead to end. For a phase below 0 there are none, behind all else.
 struct Groups {
     Count lead, end;
     Groups(Count phase, Count num)
@@ -157,8 +144,7 @@ std::uint32_t below(std::uint32_t n);
 
 // ---- From a member's signature to a row
 
-template <class T>
-std::uint64_t bits(T x) {
+std::uint64_t bits(auto x) {
     std::uint64_t all = 0;
     std::memcpy(&all, &x, sizeof x);
     return all;
@@ -220,14 +206,12 @@ void store(const Case& c, Count i, std::pair<First, Second> results) {
     c.item<Second>(1, i) = results.second;
 }
 
-/// One step by a formula, a function from what all operands hold, d first, to what d gets. X are
-/// the operands' types.
+/// One step by a formula, a function from what all operands hold, d first, to what d gets. X are their types.
 template <class D, class... X, class Formula>
 void work(const Formula& formula, const Case& c, const Step& step) {
     const auto result = [&](Count i) {
-        std::size_t operand = 0;
-        return std::apply(formula,
-                          std::tuple<D, Item<X>...>{given<D*>(c, operand, i), given<X>(c, operand, i)...});
+        std::size_t k = 0;
+        return std::apply(formula, std::tuple<D, Item<X>...>{given<D*>(c, k, i), given<X>(c, k, i)...});
     };
     decltype(result(0)) results[4];
     for (int lane = 0; lane < step.elements; ++lane) results[lane] = result(step.first + lane);
@@ -257,10 +241,10 @@ using Value = T;
 template <class D, class... X>
 using Member = std::type_identity_t<void (*)(D*, X..., Count)>;
 
-/// A member that is an element loop whatever the flag.
+/// A member without sibling, by one formula; most are an element loop whatever the flag.
 template <class D, class... X, class Formula>
-void only(Member<D, X...> member, Formula formula) {
-    add(formulaRow<D, X...>(member, Kind::loop, formula));
+Row& only(Member<D, X...> member, Formula formula, Kind kind = Kind::loop) {
+    return add(formulaRow<D, X...>(member, kind, formula));
 }
 /// A dispatching member and its SIMD member, by one formula or by an element formula and a lane formula.
 template <class D, class... X, class... Formulas>
