@@ -1,11 +1,8 @@
-// What a process sees of the library: how the load leaves the flag, what it prints, and that threads
-// can call in.
+// What a process sees of the library: how the load leaves the flag, what it prints, that threads can call in.
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <thread>
 #include <utility>
