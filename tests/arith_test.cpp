@@ -3,9 +3,7 @@
 
 #include "engine.h"
 
-using namespace test;
-
-namespace {
+namespace test {
 
 const Register addSubMul([] {
     const auto addition = [](auto, auto a, auto b) { return sum(a, b); };
@@ -68,7 +66,7 @@ const Register signAndRange([] {
     real<Array>(Z::abs, Z::absSIMD, Z::abs, abs, [](float, float a) { return greatest(0.0f - a, a); });
     real<Array>(Z::negate, Z::negateSIMD, Z::negate, negate, [](float, float a) { return 0.0f - a; });
 
-    const std::size_t first = rows().size();
+    const std::size_t first = theRows.size();
     const auto min = [](auto, auto a, auto b) { return b < a ? b : a; };
     const auto max = [](auto, auto a, auto b) { return b > a ? b : a; };
     const auto minLane = [](float, float a, float b) { return least(a, b); };
@@ -78,11 +76,8 @@ const Register signAndRange([] {
     real<Array, Array>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, max, maxLane);
     real<Array, Value>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, max, maxLane);
     // Whether an element choice is that instruction is the compiler's, so denormals stay denormals here.
-    for (Row& row : std::span(rows()).subspan(first)) row.adjust = [](Case& c) { c.control &= ~0x40u; };
-    const auto clamp = [](float, float a, float lo, float hi) {
-        if (lo >= a) return lo;
-        return hi <= a ? hi : a;
-    };
+    for (Row& row : std::span(theRows).subspan(first)) row.adjust = [](Case& c) { c.control &= ~0x40u; };
+    const auto clamp = [](float, float a, float lo, float hi) { return lo >= a ? lo : hi <= a ? hi : a; };
     const auto clampLane = [](float, float a, float lo, float hi) { return greatest(lo, least(hi, a)); };
     both<float, Array<float>, float, float>(Z::clamp, Z::clampSIMD, clamp, clampLane);
 });
@@ -100,30 +95,27 @@ const Register multiplyAdd([] {
 
 /// One pass of lerp with an array or a value for c; the arrays that take part in it decide on its route.
 template <class C, class Formula>
-void pass(const Case& c, const std::vector<std::size_t>& arrays, Formula formula) {
+std::uint64_t pass(const Case& c, const std::vector<std::size_t>& arrays, Formula formula) {
     for (const Step& step : road(c.phaseOf(arrays), c.count))
         work<float, Array<float>, Array<float>, C>(formula, c, step);
-}
-
-template <class C, class WithFlag>
-void lerpRow(Member<float, Array<float>, Array<float>, C> member, WithFlag withFlag) {
-    add(modelRow(member, Kind::dispatching, [=](const Case& c) {
-        const auto lerp = [](float, float a, float b, float c) { return sum(product(b - a, c), a); };
-        c.flag ? withFlag(c) : pass<C>(c, {}, lerp);
-        return std::uint64_t{0};
-    }));
+    return 0;
 }
 
 const Register interpolation([] {
-    lerpRow<Array<float>>(Z::lerp, [](const Case& c) {
+    const auto lerp = [](float, float a, float b, float c) { return sum(product(b - a, c), a); };
+    const Member<float, Array<float>, Array<float>, Array<float>> byArray = Z::lerp;
+    add(modelRow(byArray, Kind::dispatching, [=](const Case& c) {
+        if (!c.flag) return pass<Array<float>>(c, {}, lerp);
         pass<Array<float>>(c, {0, 1, 2}, [](float, float a, float b, float) { return b - a; });
-        pass<Array<float>>(c, {0, 1, 3},
-                           [](float d, float a, float, float c) { return sum(product(d, c), a); });
-    });
-    lerpRow<float>(Z::lerp, [](const Case& c) {
+        return pass<Array<float>>(c, {0, 1, 3},
+                                  [](float d, float a, float, float c) { return sum(product(d, c), a); });
+    }));
+    const Member<float, Array<float>, Array<float>, float> byValue = Z::lerp;
+    add(modelRow(byValue, Kind::dispatching, [=](const Case& c) {
+        if (!c.flag) return pass<float>(c, {}, lerp);
         pass<float>(c, {0, 1}, [](float, float a, float, float c) { return product(a, 1.0f - c); });
-        pass<float>(c, {0, 2}, [](float d, float, float b, float c) { return sum(d, product(b, c)); });
-    });
+        return pass<float>(c, {0, 2}, [](float d, float, float b, float c) { return sum(d, product(b, c)); });
+    }));
 });
 
-}  // namespace
+}  // namespace test

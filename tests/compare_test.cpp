@@ -3,9 +3,7 @@
 
 #include "engine.h"
 
-using namespace test;
-
-namespace {
+namespace test {
 
 template <class Is, int truth>
 constexpr auto relation = [](int, auto a, auto b) {
@@ -19,18 +17,18 @@ constexpr auto relation = [](int, auto a, auto b) {
 };
 
 /// The ten members of a relation; truth in a lane group is 1, or -1 for the fast ones.
-#define RELATION(name, nameSIMD, Is, laneTruth)                                                 \
-    const Register name##Rows([] {                                                              \
-        const std::size_t first = rows().size();                                                \
-        constexpr auto element = relation<Is, 1>;                                               \
-        constexpr auto lane = relation<Is, laneTruth>;                                          \
-        both<int, Array<int>, Array<int>>(Z::name, Z::nameSIMD, element, lane);                 \
-        both<int, Array<int>, int>(Z::name, Z::nameSIMD, element, lane);                        \
-        both<int, Array<float>, Array<float>>(Z::name, Z::nameSIMD, element, lane);             \
-        both<int, Array<float>, float>(Z::name, Z::nameSIMD, element, lane);                    \
-        only<int, Array<double>, Array<double>>(Z::name, element);                              \
-        only<int, Array<double>, double>(Z::name, element);                                     \
-        for (Row & row : std::span(rows()).subspan(first)) row.exceptions = _MM_EXCEPT_INVALID; \
+#define RELATION(name, nameSIMD, Is, laneTruth)                                                  \
+    const Register name##Rows([] {                                                               \
+        const std::size_t first = theRows.size();                                                \
+        constexpr auto element = relation<Is, 1>;                                                \
+        constexpr auto lane = relation<Is, laneTruth>;                                           \
+        both<int, Array<int>, Array<int>>(Z::name, Z::nameSIMD, element, lane);                  \
+        both<int, Array<int>, int>(Z::name, Z::nameSIMD, element, lane);                         \
+        both<int, Array<float>, Array<float>>(Z::name, Z::nameSIMD, element, lane);              \
+        both<int, Array<float>, float>(Z::name, Z::nameSIMD, element, lane);                     \
+        only<int, Array<double>, Array<double>>(Z::name, element);                               \
+        only<int, Array<double>, double>(Z::name, element);                                      \
+        for (Row & row : std::span(theRows).subspan(first)) row.exceptions = _MM_EXCEPT_INVALID; \
     });
 RELATION(lt, ltSIMD, std::less<>, 1)
 RELATION(le, leSIMD, std::less_equal<>, 1)
@@ -58,4 +56,4 @@ const Register bitLogic([] {
     both<int, Array<int>, int>(Z::bxor, Z::bxorSIMD, bitXor);
 });
 
-}  // namespace
+}  // namespace test

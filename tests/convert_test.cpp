@@ -5,9 +5,7 @@
 
 #include "engine.h"
 
-using namespace test;
-
-namespace {
+namespace test {
 
 /// The number that the bits mean, in any mode: no operation here meets a denormal. NaN and infinities come
 /// out as numbers too large for an int.
@@ -57,10 +55,7 @@ const Register floatToInt([] {
 
 /// A member that takes its count before its mask.
 template <class D, class A>
-using Masked = std::type_identity_t<void (*)(D*, A, Count, const Mask*)>;
-
-template <class D, class A>
-void maskedRow(Masked<D, A> member, Kind kind = Kind::dispatching) {
+void maskedRow(void (*member)(D*, A, Count, const Mask*), Kind kind = Kind::dispatching) {
     add(formulaRow<D, A, const Mask*>(member, kind, [](D d, D a, Mask mask) { return mask ? d : a; }));
 }
 
@@ -140,4 +135,4 @@ const Register whitePoint8(whitePointRows<std::uint8_t>);
 const Register whitePoint16(whitePointRows<std::uint16_t>);
 const Register whitePointFloat(whitePointRows<float>);
 
-}  // namespace
+}  // namespace test

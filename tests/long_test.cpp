@@ -5,9 +5,7 @@
 
 #include "engine.h"
 
-using namespace test;
-
-namespace {
+namespace test {
 
 /// A long sum is its blocks' sums, each of them a short call, added upward.
 TEST(Long, SumsAreTheSumsOfTheirBlocks) {
@@ -63,4 +61,4 @@ TEST(Exhaustive, CountsThatAnIntCannotHold) {
     }
 }
 
-}  // namespace
+}  // namespace test

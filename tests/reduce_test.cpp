@@ -1,9 +1,7 @@
 // Rows of the reductions.
 #include "engine.h"
 
-using namespace test;
-
-namespace {
+namespace test {
 
 /// Rounded to float; an open NaN stays open.
 float rounded(double x) { return bits(x) == bits(anyNaN<double>) ? anyNaN<float> : static_cast<float>(x); }
@@ -51,8 +49,7 @@ const Register reductions([] {
     const auto norm = [](const Case& c, Count i, bool lane) {
         const float d = c.item<float>(0, i), a = c.item<float>(1, i);
         // The SIMD member is given a float; the dispatching one narrows its double for it.
-        const bool given = c.row.kind == Kind::simd;
-        const float narrow = given ? c.item<float>(2) : static_cast<float>(c.item<double>(2));
+        const float narrow = c.row.kind == Kind::simd ? c.item<float>(2) : float(c.item<double>(2));
         const double b = c.usesLanes() ? static_cast<double>(narrow) : c.item<double>(2);
         const float u = lane ? sum(product(narrow, a), d)
                              : rounded(sum(product(static_cast<double>(a), b), static_cast<double>(d)));
@@ -72,4 +69,4 @@ const Register reductions([] {
         add(modelRow(member, Kind::loop, zeros)).operands[0].content = Content::masks;
 });
 
-}  // namespace
+}  // namespace test

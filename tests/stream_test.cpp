@@ -1,9 +1,7 @@
 // Rows of the vector streams.
 #include "engine.h"
 
-using namespace test;
-
-namespace {
+namespace test {
 
 enum class Fourth { scaled, added, none };
 
@@ -71,4 +69,4 @@ const Register streams([] {
     fourLaneRow(Z::vmul4u4, [](float v, float b) { return product(v, b); });
 });
 
-}  // namespace
+}  // namespace test

@@ -1,5 +1,4 @@
-// Loads libZEL and unloads it again, fifty times. The exit code is the flag as each load left it, or a
-// complaint above 1.
+// Loads libZEL and unloads it again, fifty times. The exit code is the flag after each load, else a complaint.
 #include <dlfcn.h>
 #include <xmmintrin.h>
 

@@ -75,6 +75,7 @@ std::runtime_error report(const Case& c, const std::string& fault, const void* a
     text += format("\n  flag %d, count %ld, MXCSR %04x\n", c.flag, c.count, c.control);
     const Count phase = c.lanePhase();
     const Groups groups(phase, c.count);
+    const char* const parts[] = {phase < 0 ? "element loop" : "lead-in", "lane group", "tail"};
     for (std::size_t k = 0; k < c.places.size(); ++k) {
         const auto bytes = c.bytes(k);
         const void* const end = bytes.data() + bytes.size();
@@ -84,10 +85,7 @@ std::runtime_error report(const Case& c, const std::string& fault, const void* a
         text += c.row.operands[k].array ? format("phase %ld, %p to %p", c.phase(k), bytes.data(), end)
                                         : format("%0*lx", 2 * c.row.operands[k].size, value);
         const Count i = (static_cast<const std::byte*>(address) - bytes.data()) / c.row.operands[k].size;
-        const char* part = phase < 0         ? "element loop"
-                           : i < groups.lead ? "lead-in"
-                           : i < groups.end  ? "lane group"
-                                             : "tail";
+        const char* const part = parts[(i >= groups.lead) + (i >= groups.end)];
         if (address >= bytes.data() && address < end) text += format(", there element %ld, %s", i, part);
         text += "\n";
     }
@@ -169,8 +167,7 @@ void compare(const Case& c, std::span<std::uint32_t> memory) {
     }
 }
 
-/// Calls member and model on what fill has left and compares everything; throws the report of a difference.
-/// Gives the bits of the result.
+/// Calls member and model on what fill has left, gives the result's bits, throws the report of a difference.
 std::uint64_t check(const Case& c) {
     theCase = &c;
     const auto filled = surroundings(c);
@@ -324,7 +321,7 @@ private:
 void tryAllInputs(Kind kind) {
     const std::vector<std::string> oneSource = {"(float*, float const*, long)", "(int*, float const*, long)",
                                                 "(int*, float*, float const*, long)"};
-    for (const Row& row : rows()) {
+    for (const Row& row : theRows) {
         const bool hasOne = std::ranges::count(oneSource, row.name.substr(row.name.find('('))) > 0;
         if (row.kind != kind || !hasOne) continue;
         Case c{.row = row, .count = paneBytes / 8};
@@ -377,10 +374,6 @@ std::vector<Step> road(Count phase, Count num, int group) {
 }
 std::vector<Step> standardOrder(const Case& c) { return road(c.lanePhase(), c.count); }
 
-std::vector<Row>& rows() {
-    static std::vector<Row> all;
-    return all;
-}
 Row& add(Row row) {
     Dl_info symbol;
     dladdr(row.member, &symbol);
@@ -388,7 +381,7 @@ Row& add(Row row) {
     row.name = name;
     std::free(name);
     row.bits = listed(row.name);
-    return rows().emplace_back(std::move(row));
+    return theRows.emplace_back(std::move(row));
 }
 
 }  // namespace test
@@ -398,7 +391,8 @@ Row& add(Row row) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) try {
     test::theRandom.seed();
     test::theFuzz = {data, size};
-    test::Sweep(test::rows()[test::below(test::rows().size())]).attempt(test::below(1 << 16), test::below(2));
+    const auto& rows = test::theRows;
+    test::Sweep(rows[test::below(rows.size())]).attempt(test::below(1 << 16), test::below(2));
     return 0;
 } catch (const std::exception& difference) {
     std::fputs(difference.what(), stderr);
@@ -412,12 +406,12 @@ int main(int argc, char** argv) {
     action.sa_sigaction = test::crashed;
     action.sa_flags = SA_SIGINFO;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) sigaction(signal, &action, nullptr);
-    for (const test::Row& row : test::rows())
+    for (const test::Row& row : test::theRows)
         testing::RegisterTest("Rows", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
                               [&row]() -> testing::Test* { return new test::Sweep(row); });
     const int result = RUN_ALL_TESTS();
     Dl_info library;
-    dladdr(test::rows().front().member, &library);
+    dladdr(test::theRows.front().member, &library);
     std::printf("library %s\nseed %s, %ld calls\ndigest %016lx, of estimates %016lx\n", library.dli_fname,
                 test::theSeed.c_str(), test::theCalls, test::theDigests[0], test::theDigests[1]);
     return result;

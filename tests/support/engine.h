@@ -76,20 +76,20 @@ std::vector<Step> standardOrder(const Case& c);
 struct Row {
     const void* member = nullptr;
     Kind kind = Kind::loop;
-    std::vector<Operand> operands;
-    std::function<std::uint64_t(const Case&)> call, model;  // both give the bits of the member's result
+    std::vector<Operand> operands = {};
+    std::function<std::uint64_t(const Case&)> call = {}, model;  // both give the bits of the member's result
     std::function<std::vector<Step>(const Case&)> order = standardOrder;
     std::function<void(Case&)> adjust = [](Case&) {};  // gives values that the formulas are about
     std::vector<Count> large = {31, 32, 67, 150};
     unsigned exceptions = 0;  // of MXCSR: raised exactly when the model puts them into theRaised
     unsigned modesApart = 0;  // of MXCSR: modes in which the two forms part, though the bits travel otherwise
-    std::string name;         // as exported
+    std::string name = {};    // as exported
     Bits bits = {};           // by the list of exports
 };
 /// Exceptions that the member must leave raised, by the model.
 inline unsigned theRaised;
 
-std::vector<Row>& rows();
+inline std::vector<Row> theRows;
 Row& add(Row row);
 
 // ---- A case: one call of a row's member
@@ -152,14 +152,12 @@ std::uint64_t bits(auto x) {
 
 template <class A>
 using Item = std::remove_cv_t<std::remove_pointer_t<A>>;
-template <class A>
-constexpr bool isArray = std::is_pointer_v<A>;
 
 template <class A>
 void describe(std::vector<Operand>& operands) {
     using T = Item<A>;
     if (std::is_same_v<A, Count>) return;
-    operands.push_back({.array = isArray<A>, .size = sizeof(T), .fixed = !isArray<A>});
+    operands.push_back({.array = std::is_pointer_v<A>, .size = sizeof(T), .fixed = !std::is_pointer_v<A>});
     if (std::is_same_v<T, double>) operands.back().content = Content::doubles;
     if (std::is_same_v<T, Mask>) operands.back().content = Content::masks;
 }
@@ -168,17 +166,14 @@ void describe(std::vector<Operand>& operands) {
 template <class A>
 A argument(const Case& c, std::size_t& operand) {
     if constexpr (std::is_same_v<A, Count>) return c.count;
-    if constexpr (isArray<A>) return reinterpret_cast<A>(c.places[operand++]);
-    if constexpr (!isArray<A> && !std::is_same_v<A, Count>) return c.item<A>(operand++);
+    if constexpr (std::is_pointer_v<A>) return reinterpret_cast<A>(c.places[operand++]);
+    if constexpr (!std::is_pointer_v<A> && !std::is_same_v<A, Count>) return c.item<A>(operand++);
 }
 
 /// A row with a model of its own.
 template <class R, class... A>
 Row modelRow(R (*member)(A...), Kind kind, std::function<std::uint64_t(const Case&)> model) {
-    Row row;
-    row.member = reinterpret_cast<const void*>(member);
-    row.kind = kind;
-    row.model = std::move(model);
+    Row row{.member = reinterpret_cast<const void*>(member), .kind = kind, .model = std::move(model)};
     (describe<A>(row.operands), ...);
     row.call = [member](const Case& c) -> std::uint64_t {
         std::size_t operand = 0;  // in braces, arguments are taken from left to right
@@ -192,7 +187,7 @@ Row modelRow(R (*member)(A...), Kind kind, std::function<std::uint64_t(const Cas
 /// What a formula is given of the next operand: element i of an array, or the value.
 template <class X>
 Item<X> given(const Case& c, std::size_t& operand, Count i) {
-    return c.item<Item<X>>(operand++, isArray<X> ? i : 0);
+    return c.item<Item<X>>(operand++, std::is_pointer_v<X> ? i : 0);
 }
 
 /// Stores what a formula gives: element i of the first array, or of the first two.
@@ -218,19 +213,15 @@ void work(const Formula& formula, const Case& c, const Step& step) {
     for (int lane = 0; lane < step.elements; ++lane) store<D>(c, step.first + lane, results[lane]);
 }
 
-/// A row with an element formula and a lane formula. The member's signature is D*, X..., and
-/// the count somewhere.
-template <class D, class... X, class Signature, class OfElement, class OfLane>
-Row formulaRow(Signature* member, Kind kind, OfElement element, OfLane lane) {
-    return modelRow(member, kind, [=](const Case& c) {
+/// A row with one formula, or one of elements and one of lanes. The signature is D*, X..., the count somewhere.
+template <class D, class... X, class Signature, class... Formulas>
+Row formulaRow(Signature* member, Kind kind, Formulas... formulas) {
+    return modelRow(member, kind, [all = std::tuple(formulas...)](const Case& c) {
         for (const Step& step : c.row.order(c))
-            step.form == Form::lane ? work<D, X...>(lane, c, step) : work<D, X...>(element, c, step);
+            step.form == Form::element ? work<D, X...>(std::get<0>(all), c, step)
+                                       : work<D, X...>(std::get<sizeof...(Formulas) - 1>(all), c, step);
         return std::uint64_t{0};
     });
-}
-template <class D, class... X, class Signature, class Formula>
-Row formulaRow(Signature* member, Kind kind, Formula formula) {
-    return formulaRow<D, X...>(member, kind, formula, formula);
 }
 
 template <class T>
@@ -251,7 +242,7 @@ template <class D, class... X, class... Formulas>
 std::span<Row> both(Member<D, X...> plain, Member<D, X...> simd, Formulas... formulas) {
     add(formulaRow<D, X...>(plain, Kind::dispatching, formulas...));
     add(formulaRow<D, X...>(simd, Kind::simd, formulas...));
-    return std::span(rows()).last(2);
+    return std::span(theRows).last(2);
 }
 /// Both for float, and their sibling for double, which has no lanes.
 template <template <class> class... X, class Formula, class... Lane>
