@@ -1,7 +1,7 @@
 // Rows of element-wise arithmetic.
 #include <limits>
 
-#include "engine.h"
+#include "support/engine.h"
 
 namespace test {
 

@@ -1,7 +1,7 @@
 // Rows of comparisons and bit logic.
 #include <limits>
 
-#include "engine.h"
+#include "support/engine.h"
 
 namespace test {
 

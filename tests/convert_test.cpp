@@ -3,12 +3,11 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "engine.h"
+#include "support/engine.h"
 
 namespace test {
 
-/// The number that the bits mean, in any mode: no operation here meets a denormal. NaN and infinities come
-/// out as numbers too large for an int.
+/// What the bits mean, in any mode: no operation meets a denormal. NaN and infinities exceed every int.
 double exact(float x) {
     const std::uint64_t word = bits(x), exponent = word >> 23 & 255;
     const auto unit = std::bit_cast<double>((std::max<std::uint64_t>(exponent, 1) + 1023 - 150) << 52);
@@ -77,30 +76,27 @@ const Register setAndSwap([] {
 template <class Sample>
 void whitePointRows() {
     constexpr bool wide = std::is_same_v<Sample, float>;
-    const auto mapped = [](float a, float scale, float black) {
-        return sum(product(scale, a), black + 0.5f);
-    };
+    const auto shown = [](float a, float scale, float black) { return sum(product(scale, a), black + 0.5f); };
     const auto stored = [](float x) {
         if constexpr (wide) return x;
         if constexpr (!wide) return static_cast<Sample>(truncated(x));
     };
     const auto out = [=](Sample, float a, float scale, float limit, float black) {
-        const float x = mapped(a, scale, black);
+        const float x = shown(a, scale, black);
         return stored(x <= 0 ? 0.0f : x >= limit ? limit : x);
     };
     const auto outLane = [=](Sample, float a, float scale, float limit, float black) {
-        const float x = mapped(a, scale, black), y = x < limit ? x : limit;
+        const float x = shown(a, scale, black), y = x < limit ? x : limit;
         return stored(y > 0 ? y : 0.0f);
     };
-    for (Row& row : both<Sample, Array<float>, float, float, float>(Z::wpoint, Z::wpointSIMD, out, outLane)) {
-        // Half the cases as images have them, so that not everything ends at a bound.
+    // Half the cases as images have them, so that not everything ends at a bound.
+    for (Row& row : both<Sample, Array<float>, float, float, float>(Z::wpoint, Z::wpointSIMD, out, outLane))
         row.adjust = [](Case& c) {
             if (below(2)) return;
             c.give(2, std::array{1.0f, 255.0f, 65535.0f}[below(3)]);
             c.give(3, std::array{255.0f, 256.0f, 65535.0f, 65536.0f}[below(4)]);
             c.give(4, static_cast<float>(below(16)));
         };
-    }
 
     const auto tabled = [](float scale, Sample black) {
         return sizeof(Sample) == 1 && black == 0 && scale == 255.0f;

@@ -3,7 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "engine.h"
+#include "support/engine.h"
 
 namespace test {
 
@@ -31,17 +31,16 @@ TEST(Long, SumsAreTheSumsOfTheirBlocks) {
 }
 
 /// An array that needn't fit into memory: the same pages again and again, and pages of its own at the end.
-template <class T>
-T* reserve(Count num) {
+float* reserve(Count num) {
     constexpr Count part = 16 << 20;
-    const Count end = (num * static_cast<Count>(sizeof(T)) + part) / part * part;
+    const Count end = (num * 4 + part) / part * part;
     const int pages = memfd_create("pages", 0);
     EXPECT_EQ(ftruncate(pages, part), 0);
     auto* all = static_cast<char*>(mmap(nullptr, end, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
     for (Count i = 0; i + part < end; i += part)
         mmap(all + i, part, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, pages, 0);
     mprotect(all + end - part, part, PROT_READ | PROT_WRITE);
-    return reinterpret_cast<T*>(all);
+    return reinterpret_cast<float*>(all);
 }
 
 TEST(Exhaustive, CountsThatAnIntCannotHold) {
@@ -52,11 +51,11 @@ TEST(Exhaustive, CountsThatAnIntCannotHold) {
         const auto endsAt = [](const float* d, Count end) {
             return std::count(d + end - 7, d + end, 1.0f) == 7 && d[end] == 0 && d[end + 1] == 0;
         };
-        auto* const d = reserve<float>(num);
+        auto* const d = reserve(num);
         Z::set(d, 1.0f, num);
         EXPECT_TRUE(endsAt(d, num)) << "flag " << lanes;
-        auto* const vectors = reserve<float>(4 * num);
-        Z::vadd4u4(vectors, one, num, lanes ? reserve<Mask>(num) : nullptr);
+        auto* const vectors = reserve(4 * num);
+        Z::vadd4u4(vectors, one, num, lanes ? reinterpret_cast<Mask*>(reserve(num)) : nullptr);
         EXPECT_TRUE(endsAt(vectors, 4 * num)) << "flag " << lanes;
     }
 }

@@ -1,5 +1,5 @@
 // Rows of the reductions.
-#include "engine.h"
+#include "support/engine.h"
 
 namespace test {
 
@@ -20,11 +20,8 @@ void reduction(auto* member, Kind kind, Term term) {
         total += elements(end, c.count);
         for (Count block = lead; block < end; block += 1024) {
             float sums[4] = {};
-            for (Count i = block; i < std::min(block + 1024, end); i += 4) {
-                float terms[4];
-                for (int l = 0; l < 4; ++l) terms[l] = term(c, i + l, true);
-                for (int l = 0; l < 4; ++l) sums[l] += terms[l];
-            }
+            for (Count i = block; i < std::min(block + 1024, end); i += 4)
+                for (int l = 0; l < 4; ++l) sums[l] += term(c, i + l, true);
             total += static_cast<double>(((sums[0] + sums[1]) + sums[2]) + sums[3]);
         }
         return bits(total);
@@ -60,13 +57,11 @@ const Register reductions([] {
     reduction(Z::maddAndNormSIMD, Kind::simd, norm);
     reduction(Z::maddAndNormSISD, Kind::loop, norm);
 
-    const auto zeros = [](const Case& c) {
-        std::uint64_t count = 0;
-        for (Count i = 0; i < c.count; ++i) count += c.item<int>(0, i) == 0;
-        return count;
+    const auto zeros = [](const Case& c) -> std::uint64_t {
+        return c.count > 0 ? std::count(&c.item<int>(0), &c.item<int>(0, c.count), 0) : 0;
     };
     for (auto* member : {Z::zerocount, Z::zerocountSIMD, Z::zerocountSISD})
-        add(modelRow(member, Kind::loop, zeros)).operands[0].content = Content::masks;
+        add(modelRow(member, Kind::loop, zeros)).operands[0].masks = true;
 });
 
 }  // namespace test

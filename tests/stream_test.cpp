@@ -1,5 +1,5 @@
 // Rows of the vector streams.
-#include "engine.h"
+#include "support/engine.h"
 
 namespace test {
 
@@ -38,17 +38,16 @@ void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), b
     row.operands[2].nullable = true;
 }
 
-void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), float (*formula)(float, float)) {
+void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*),
+                 void (*formula)(float& v, float b)) {
     Row& row = add(modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
         float first[4];
         const bool lanes = onLanes(c, 4);
         for (int k = 0; k < 4 && lanes; ++k) first[k] = c.item<float>(1, k);
         for (Count i = 0; i < c.count; ++i)
             if (taken(c, i))
-                for (int k = 0; k < 4; ++k) {
-                    float& v = c.item<float>(0, 4 * i + k);
-                    v = formula(v, lanes ? first[k] : c.item<float>(1, k));
-                }
+                for (int k = 0; k < 4; ++k)
+                    formula(c.item<float>(0, 4 * i + k), lanes ? first[k] : c.item<float>(1, k));
         return 0;
     }));
     row.operands[0].perCount = row.operands[1].fixed = 4;
@@ -64,9 +63,9 @@ const Register streams([] {
     matrixRow(Z::mulRowVec44_3, false, 4, Fourth::none);
     matrixRow(Z::mulRowVec34, false, 3, Fourth::added);
     matrixRow(Z::mulRowVec34_3, false, 3, Fourth::none);
-    fourLaneRow(Z::vadd4u4, [](float v, float b) { return sum(v, b); });
-    fourLaneRow(Z::vsub4u4, [](float v, float b) { return v - b; });
-    fourLaneRow(Z::vmul4u4, [](float v, float b) { return product(v, b); });
+    fourLaneRow(Z::vadd4u4, [](float& v, float b) { v = sum(v, b); });
+    fourLaneRow(Z::vsub4u4, [](float& v, float b) { v = v - b; });
+    fourLaneRow(Z::vmul4u4, [](float& v, float b) { v = product(v, b); });
 });
 
 }  // namespace test

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "ZEL_Math.h"
@@ -87,14 +86,13 @@ struct Results {
 };
 
 TEST(Threads, GetTheBitsThatTheyGetAlone) {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (unsigned mode = 0; mode < 8; ++mode) {
         EXPECT_EQ(Results(mode) == Results(0), mode == 0) << "a mode without effect";
         threads.emplace_back([mode, alone = Results(mode)] {
             for (int repeat = 0; repeat < 200; ++repeat) EXPECT_TRUE(Results(mode) == alone) << mode;
         });
     }
-    for (std::thread& t : threads) t.join();
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Loads libZEL and unloads it again, fifty times. The exit code is the flag after each load, else a complaint.
+// Loads libZEL and unloads it again, fifty times. The exit code is the flag after each, else a complaint.
 #include <dlfcn.h>
 #include <xmmintrin.h>
 

@@ -72,14 +72,14 @@ std::string format(const char* pattern, auto... a) {
 /// What went wrong in which case, and which elements lie at an address of the library's side.
 std::runtime_error report(const Case& c, const std::string& fault, const void* address = nullptr) {
     std::string text = fault + " in " + c.row.name;
-    text += format("\n  flag %d, count %ld, MXCSR %04x\n", c.flag, c.count, c.control);
+    text += format("\n  flag %d, count %ld, MXCSR %04x", c.flag, c.count, c.control);
     const Count phase = c.lanePhase();
     const Groups groups(phase, c.count);
     const char* const parts[] = {phase < 0 ? "element loop" : "lead-in", "lane group", "tail"};
     for (std::size_t k = 0; k < c.places.size(); ++k) {
         const auto bytes = c.bytes(k);
         const void* const end = bytes.data() + bytes.size();
-        text += format("  operand %zu: ", k);
+        text += format("\n  operand %zu: ", k);
         std::uint64_t value = 0;
         std::memcpy(&value, bytes.data(), std::min(bytes.size(), sizeof value));
         text += c.row.operands[k].array ? format("phase %ld, %p to %p", c.phase(k), bytes.data(), end)
@@ -87,9 +87,8 @@ std::runtime_error report(const Case& c, const std::string& fault, const void* a
         const Count i = (static_cast<const std::byte*>(address) - bytes.data()) / c.row.operands[k].size;
         const char* const part = parts[(i >= groups.lead) + (i >= groups.end)];
         if (address >= bytes.data() && address < end) text += format(", there element %ld, %s", i, part);
-        text += "\n";
     }
-    return std::runtime_error(text);
+    return std::runtime_error(text + "\n");
 }
 
 [[noreturn, maybe_unused]] void crashed(int signal, siginfo_t* info, void*) {
@@ -138,13 +137,13 @@ void fill(Case& c) {
         for (std::size_t at = 0; at < bytes.size(); at += o.size) {
             std::byte* const element = bytes.data() + at;
             const std::uint32_t choice = below(8);
-            if (o.content == Content::doubles && choice > 3) {  // any two words are seldom an everyday number
+            if (o.size == sizeof(double) && choice > 3) {  // any two words are seldom an everyday number
                 const auto near = std::bit_cast<float>(static_cast<std::uint32_t>(number()));
                 const std::uint64_t wide = bits(double{near}) | (choice > 5 ? anything() & 0x1FFFFFFF : 0);
                 std::memcpy(element, &wide, sizeof wide);
             }
             // Some zeros, and some equal numbers in two operands.
-            if (choice == 0 || (o.content == Content::masks && choice < 4)) std::memset(element, 0, o.size);
+            if (choice == 0 || (o.masks && choice < 4)) std::memset(element, 0, o.size);
             const std::size_t same = o.fixed == 1 && c.count > 0 ? below(c.count) * o.size : at;
             if (choice == 1 && same + o.size <= before.size())
                 std::memmove(element, before.data() + same, o.size);
@@ -210,7 +209,7 @@ std::vector<std::byte> contents(const Case& c) {
 
 class Sweep : public testing::Test {
 public:
-    explicit Sweep(const Row& r) : row(r), c{.row = r, .places = std::vector<std::byte*>(r.operands.size())} {
+    explicit Sweep(const Row& row) : c{.row = row, .places = std::vector<std::byte*>(row.operands.size())} {
         for (std::size_t k = 0; k < row.operands.size(); ++k)
             if (row.operands[k].array) arrays.push_back(k);
     }
@@ -219,7 +218,7 @@ public:
     void TestBody() override {
         for (int k = 0; k < panes; ++k)  // a row that failed leaves them unequal
             std::memcpy(pane(k) + modelDistance, pane(k), paneBytes);
-        const std::string words = theSeed + row.name;
+        const std::string words = theSeed + c.row.name;
         std::seed_seq seed(words.begin(), words.end());
         theRandom.seed(seed);
         const std::uint32_t trials = 50u << 2 * std::max<std::size_t>(arrays.size(), 2);
@@ -233,7 +232,7 @@ public:
         for (int k = 0; k < panes; ++k)
             if (std::memcmp(pane(k), pane(k) + modelDistance, paneBytes) != 0)
                 throw std::runtime_error("something was written far away from its operands");
-        if (travelled != std::min(row.bits, Bits::phases))
+        if (travelled != std::min(c.row.bits, Bits::phases))
             throw std::runtime_error("the bits travel farther than the list of exports says");
     }
 
@@ -241,7 +240,7 @@ public:
         const std::uint32_t n = arrays.size();
         c.flag = flag;
         c.count = trial % 25;
-        if (c.count > 20) c.count = row.large[below(row.large.size())] + below(4);
+        if (c.count > 20) c.count = c.row.large[below(c.row.large.size())] + below(4);
         place(c, trial / 25, true);
         draw();
         check(c);
@@ -264,7 +263,7 @@ private:
         if (below(3) == 0) c.control |= below(4) << 13 | (below(2) ? 0x8000 : 0) | (below(2) ? 0x40 : 0);
         if (below(2) == 0) c.control |= below(64);
         for (const std::size_t k : arrays)  // at a count of 0, no pointer is looked at
-            if ((row.operands[k].nullable || c.count == 0) && below(2)) c.places[k] = nullptr;
+            if ((c.row.operands[k].nullable || c.count == 0) && below(2)) c.places[k] = nullptr;
         fill(c);
     }
 
@@ -286,16 +285,16 @@ private:
         for (std::size_t k = 0, at = 0; k < other.places.size(); at += other.bytes(k++).size())
             std::copy_n(numbers.data() + at, other.bytes(k).size(), other.places[k]);
         const bool same = check(other) == result && contents(other) == results;
-        if (same || c.control & row.modesApart) return;
+        if (same || c.control & c.row.modesApart) return;
         travelled = std::max(travelled, sameFlag ? Bits::phases : Bits::flag);
-        if (row.bits == Bits::everywhere || (sameFlag && (samePhases || row.bits == Bits::flag)))
+        if (c.row.bits == Bits::everywhere || (sameFlag && (samePhases || c.row.bits == Bits::flag)))
             throw report(other, "other bits than elsewhere");
     }
 
     /// Each array in memory of its own, by two bits of slots: at phases, or next to an unreadable page.
     void place(Case& at, std::uint32_t slots, bool atEdges = false) {
         for (int k = 0; const std::size_t a : arrays) {
-            const Operand& o = row.operands[a];
+            const Operand& o = c.row.operands[a];
             const int slot = o.size < 4 ? below(16) : slots >> 2 * k & 3;
             const Count edge = slot & 1 ? paneBytes - o.bytes(c.count) : 0;
             at.places[a] = pane(k++) + (atEdges ? edge : paneBytes * 3 / 8 + slot * o.size % 16);
@@ -305,13 +304,12 @@ private:
     /// k onto the memory of another array, up to nine elements of the smaller kind before or behind it, at
     /// times farther up to farther than two blocks of a sum.
     void overlap(std::size_t onto, std::size_t k, int shift) {
-        const int a = row.operands[onto].size, b = row.operands[k].size, scales[] = {16, 256};
+        const int a = c.row.operands[onto].size, b = c.row.operands[k].size, scales[] = {16, 256};
         const Count offset = (shift - 9) * std::min(a, b) * (below(8) ? 1 : scales[below(2)]);
         c.places[k] = c.places[onto] + offset;
         c.places[k] -= reinterpret_cast<std::uintptr_t>(c.places[k]) % b;  // aligned to its own elements
     }
 
-    const Row& row;
     Case c;
     std::vector<std::size_t> arrays;
     Bits travelled = Bits::everywhere;  // as far as seen

@@ -8,13 +8,11 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <span>
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "ZEL_Math.h"
@@ -46,19 +44,17 @@ inline float greatest(float p, float q) { return _mm_cvtss_f32(_mm_max_ss(_mm_se
 // ---- A row: a member, and what the sweep has to know of it
 
 enum class Kind { dispatching, simd, loop };
-enum class Content { words, doubles, masks };
-/// How far a result travels: its bits depend on the numbers alone, on the flag too, on phases and count too,
-/// or on the processor too.
+/// What a result's bits depend on: the numbers alone, the flag too, phases and count too, the processor too.
 enum class Bits { everywhere, flag, phases, processor };
 
 /// An array or a value of a member's signature, in its order. The count isn't one.
 struct Operand {
     bool array = false;
     bool nullable = false;  // as a mask may be
+    bool masks = false;     // half of its elements are zeros
     int size = 0;           // bytes of an element
     int perCount = 1;       // elements for each one counted
     int fixed = 0;          // elements, whatever the count
-    Content content = Content::words;
 
     Count bytes(Count count) const { return (fixed ? fixed : perCount * count) * size; }
 };
@@ -155,11 +151,9 @@ using Item = std::remove_cv_t<std::remove_pointer_t<A>>;
 
 template <class A>
 void describe(std::vector<Operand>& operands) {
-    using T = Item<A>;
+    constexpr bool array = std::is_pointer_v<A>, masks = std::is_same_v<Item<A>, Mask>;
     if (std::is_same_v<A, Count>) return;
-    operands.push_back({.array = std::is_pointer_v<A>, .size = sizeof(T), .fixed = !std::is_pointer_v<A>});
-    if (std::is_same_v<T, double>) operands.back().content = Content::doubles;
-    if (std::is_same_v<T, Mask>) operands.back().content = Content::masks;
+    operands.push_back({.array = array, .masks = masks, .size = sizeof(Item<A>), .fixed = !array});
 }
 
 /// The next argument of a call: the count, or an operand.
@@ -213,7 +207,7 @@ void work(const Formula& formula, const Case& c, const Step& step) {
     for (int lane = 0; lane < step.elements; ++lane) store<D>(c, step.first + lane, results[lane]);
 }
 
-/// A row with one formula, or one of elements and one of lanes. The signature is D*, X..., the count somewhere.
+/// A row with one formula, or one of elements and one of lanes. The signature: D*, X..., somewhere the count.
 template <class D, class... X, class Signature, class... Formulas>
 Row formulaRow(Signature* member, Kind kind, Formulas... formulas) {
     return modelRow(member, kind, [all = std::tuple(formulas...)](const Case& c) {
