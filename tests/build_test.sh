@@ -75,7 +75,7 @@ packages() {
         $(PKG_CONFIG_PATH=both/$libraries/pkgconfig pkg-config --cflags --libs zel)
     [[ $(LD_LIBRARY_PATH=both/$libraries $program) == 750 ]] || fail "By pkg-config it doesn't run."
     # The one header stands alone under every standard.
-    for standard in 11 14 17 20 23; do
+    for standard in 11 14 17 20 2b; do
         quietly "$CXX" -std=c++$standard -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ "$(find both -name '*.h')"
     done
 }
