@@ -26,8 +26,7 @@ struct Cells {
     }
 };
 
-/// Of a row or of the grid: V's mass, the squares of its change in the last step, CRC-32 of U and V,
-/// also with `keep`.
+/// Of a row or the grid: V's mass, the squares of its last change, CRC-32 of U and V, and with `keep`.
 struct Account {
     double mass = 0, change = 0;
     std::uint32_t digest = 0, checksum = 0;
@@ -82,8 +81,7 @@ struct Reaction {
         }
     }
 
-    /// `next` from `now` in rows `from` to `to`: each member called for `block` rows at a time,
-    /// by all threads.
+    /// `next` from `now` in rows `from` to `to`, by all threads; each call is for `block` rows.
     void advance(std::int64_t from, std::int64_t to, std::int64_t block = 1) {
 #pragma omp parallel for schedule(static) if (to > from)
         for (std::int64_t y = from; y <= to; y += block) {

@@ -1,5 +1,4 @@
-// A reaction that draws: Gray and Scott's two equations on a periodic grid, by OpenMP's threads
-// and MPI's ranks.
+// A reaction that draws: Gray and Scott's equations on a periodic grid, by OpenMP's threads and MPI's ranks.
 #include <chrono>
 #include <memory>
 #include <set>
