@@ -28,8 +28,8 @@ struct Map {
     }
     static __m128 lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         const __m128 x = _mm_add_ps(_mm_mul_ps(scale, a), offset);
-        // minps and maxps give their second operand when the comparison fails: the limit for a NaN, +0 for
-        // -0.
+        // minps and maxps give their second operand when the comparison fails: for a NaN the limit,
+        // and for -0 it is +0.
         return _mm_max_ps(_mm_min_ps(x, limit), floatLanes(theLaneZero));
     }
 };
