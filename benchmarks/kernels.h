@@ -86,6 +86,8 @@ bench::Kernels nativeKernels();
 bench::Kernels straightKernels();
 bench::Kernels eigenKernels();
 bench::Kernels volkKernels();
+bench::Kernels highwayKernels();
+bench::Kernels highwayNativeKernels();
 
 /// Sets the flag of the libZEL that libraryKernels calls.
 void benchForceSIMD(bool on);

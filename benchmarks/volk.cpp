@@ -22,6 +22,15 @@ const bench::Kernel kernels[] = {
     {"isqrt", [](const Data& q, Count n) { volk_32f_invsqrt_32f(q.d, q.a, size(n)); }},
     {"zelmin", [](const Data& q, Count n) { volk_32f_x2_min_32f(q.d, q.a, q.b, size(n)); }},
     {"band", [](const Data& q, Count n) { volk_32i_x2_and_32i(q.k, q.i, q.j, size(n)); }},
+    // Signed samples, rounded and saturated.
+    {"wpoint 8",
+     [](const Data& q, Count n) {
+         volk_32f_s32f_convert_8i(reinterpret_cast<std::int8_t*>(q.bytes), q.a, v.white, size(n));
+     }},
+    {"wpoint 16",
+     [](const Data& q, Count n) {
+         volk_32f_s32f_convert_16i(reinterpret_cast<std::int16_t*>(q.halves), q.a, 65535, size(n));
+     }},
     {"dot",
      [](const Data& q, Count n) {
          float s;

@@ -12,11 +12,10 @@ using namespace zel;
 
 namespace {
 
-/// chosen where x is above 0 or a NaN, else +0. A word mask, since a choice behind another would
-/// become a branch.
-float chosenAboveZero(float x, float chosen) {
-    const int keep = -static_cast<int>(!(x <= 0));
-    return std::bit_cast<float>(std::bit_cast<int>(chosen) & keep);
+/// x where it is kept, else +0. A word mask: a choice behind another would become a branch, and one in front of
+/// a conversion would be made behind it, on samples that were packed for nothing.
+float keptOrZero(bool kept, float x) {
+    return std::bit_cast<float>(std::bit_cast<int>(x) & -static_cast<int>(kept));
 }
 
 /// Two rounded steps and a clamp, 0 first. The lane clamp takes a NaN to the limit, the element
@@ -24,7 +23,7 @@ float chosenAboveZero(float x, float chosen) {
 struct Map {
     static float element(float a, float scale, float limit, float offset) {
         const float x = scale * a + offset;
-        return chosenAboveZero(x, x >= limit ? limit : x);
+        return keptOrZero(!(x <= 0), x >= limit ? limit : x);
     }
     static __m128 lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         const __m128 x = _mm_add_ps(_mm_mul_ps(scale, a), offset);
@@ -40,7 +39,7 @@ struct Map {
 struct MapByMinimum : Map {
     static float element(float a, float scale, float limit, float offset) {
         const float x = scale * a + offset;
-        return chosenAboveZero(x, limit < x ? limit : x);
+        return keptOrZero(!(x <= 0), limit < x ? limit : x);
     }
 };
 
@@ -67,12 +66,12 @@ struct MapToSample {
 
 /// The same samples where the limit is a number from 0 to what an int can hold, so that every clamped value
 /// fits and none has to be chosen first. A NaN passes the limit and then isn't above 0: it is 0 here, as its
-/// low bits are there. In this order each choice is an instruction or two, with both compilers.
+/// low bits are there.
 struct MapToSampleThatFits {
     static int element(float a, float scale, float limit, float offset) {
         const float x = scale * a + offset;
         const float below = limit < x ? limit : x;
-        return static_cast<int>(below > 0 ? below : 0);
+        return static_cast<int>(keptOrZero(below > 0, below));
     }
 };
 
