@@ -1,5 +1,5 @@
-// White point with Highway, whose wrappers take the widest registers that the compiler's flags allow. Built for
-// 128 bits, as it has them with SSE4, and for the machine at hand.
+// White point with Highway, whose wrappers take the widest registers that the compiler's flags allow. Built
+// for 128 bits, as it has them with SSE4, and for the machine at hand.
 #include <hwy/highway.h>
 
 #include <iterator>

@@ -40,8 +40,8 @@ void measure(benchmark::State& state, const bench::Kernel& row, void (*run)(cons
              bool apart, const char* label) {
     const Count n = state.range(0);
     const Data q = bench::makeData(apart);
-    // No row makes numbers that are slower than those it found, so they are written once; filling takes longer
-    // than most rows. Phases apart find the same numbers a few elements on.
+    // No row makes numbers that are slower than those it found, so they are written once; filling takes
+    // longer than most rows. Phases apart find the same numbers a few elements on.
     static Count filled = 0;
     if (n > filled) bench::fill(bench::makeData(false), filled = n);
     benchForceSIMD(flag);

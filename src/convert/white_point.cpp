@@ -12,8 +12,8 @@ using namespace zel;
 
 namespace {
 
-/// x where it is kept, else +0. A word mask: a choice behind another would become a branch, and one in front of
-/// a conversion would be made behind it, on samples that were packed for nothing.
+/// x where it is kept, else +0. A word mask: a choice behind another would become a branch, and one in
+/// front of a conversion would be made behind it, on samples that were packed for nothing.
 float keptOrZero(bool kept, float x) {
     return std::bit_cast<float>(std::bit_cast<int>(x) & -static_cast<int>(kept));
 }
