@@ -1,5 +1,6 @@
 // Sign and range: element and lane form part on -0, NaN and crossed bounds.
 #include <bit>
+#include <limits>
 
 #include "frame/lane_loop.h"
 
@@ -38,19 +39,55 @@ struct Negate {
 
 struct Minimum {
     template <class T>
+    static bool takesSecond(T a, T b) {
+        return b < a;
+    }
+    template <class T>
     static T element(T a, T b) {
-        return b < a ? b : a;
+        return takesSecond(a, b) ? b : a;
     }
     static __m128 lanes(__m128 a, __m128 b) { return _mm_min_ps(a, b); }
 };
 
 struct Maximum {
     template <class T>
+    static bool takesSecond(T a, T b) {
+        return b > a;
+    }
+    template <class T>
     static T element(T a, T b) {
-        return b > a ? b : a;
+        return takesSecond(a, b) ? b : a;
     }
     static __m128 lanes(__m128 a, __m128 b) { return _mm_max_ps(a, b); }
 };
+
+/// Where the caller has denormals taken for zeros, minps and maxps give a zero for one, a choice gives its bits.
+/// A compiler makes the one of some elements and the other of their neighbours; here it can't.
+template <class Formula>
+struct ByBits : Formula {
+    template <class T>
+    static T element(T a, T b) {
+        using Word = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
+        const Word mask = -static_cast<Word>(Formula::takesSecond(a, b));
+        return std::bit_cast<T>((std::bit_cast<Word>(b) & mask) | (std::bit_cast<Word>(a) & ~mask));
+    }
+};
+
+/// Asked of the arithmetic: to read the control register takes as long as a short call.
+bool denormalsAreZeros() {
+    float denormal = std::numeric_limits<float>::denorm_min();
+    asm("" : "+x"(denormal));
+    return !(denormal > 0);
+}
+
+template <class Formula, class T, class B>
+void extremes(T* d, const T* a, B b, Count num) {
+    denormalsAreZeros() ? elements<ByBits<Formula>>(d, num, a, b) : elements<Formula>(d, num, a, b);
+}
+template <class Formula, class B>
+void extremeLanes(float* d, const float* a, B b, Count num) {
+    denormalsAreZeros() ? lanes<ByBits<Formula>>(d, num, a, b) : lanes<Formula>(d, num, a, b);
+}
 
 /// Element: the lower bound first, and an equal bound wins. Lane: the upper bound first, and x wins.
 struct Clamp {
@@ -77,34 +114,38 @@ void ZEL_Math::negate(double* d, const double* a, Count num) { elements<Negate>(
 void ZEL_Math::negateSIMD(float* d, const float* a, Count num) { lanes<Negate>(d, num, a); }
 
 void ZEL_Math::zelmin(float* d, const float* a, const float* b, Count num) {
-    return theSIMD ? zelminSIMD(d, a, b, num) : elements<Minimum>(d, num, a, b);
+    return theSIMD ? zelminSIMD(d, a, b, num) : extremes<Minimum>(d, a, b, num);
 }
 void ZEL_Math::zelmin(double* d, const double* a, const double* b, Count num) {
-    elements<Minimum>(d, num, a, b);
+    extremes<Minimum>(d, a, b, num);
 }
 void ZEL_Math::zelmin(float* d, const float* a, float b, Count num) {
-    return theSIMD ? zelminSIMD(d, a, b, num) : elements<Minimum>(d, num, a, b);
+    return theSIMD ? zelminSIMD(d, a, b, num) : extremes<Minimum>(d, a, b, num);
 }
-void ZEL_Math::zelmin(double* d, const double* a, double b, Count num) { elements<Minimum>(d, num, a, b); }
+void ZEL_Math::zelmin(double* d, const double* a, double b, Count num) { extremes<Minimum>(d, a, b, num); }
 void ZEL_Math::zelminSIMD(float* d, const float* a, const float* b, Count num) {
-    lanes<Minimum>(d, num, a, b);
+    extremeLanes<Minimum>(d, a, b, num);
 }
-void ZEL_Math::zelminSIMD(float* d, const float* a, float b, Count num) { lanes<Minimum>(d, num, a, b); }
+void ZEL_Math::zelminSIMD(float* d, const float* a, float b, Count num) {
+    extremeLanes<Minimum>(d, a, b, num);
+}
 
 void ZEL_Math::zelmax(float* d, const float* a, const float* b, Count num) {
-    return theSIMD ? zelmaxSIMD(d, a, b, num) : elements<Maximum>(d, num, a, b);
+    return theSIMD ? zelmaxSIMD(d, a, b, num) : extremes<Maximum>(d, a, b, num);
 }
 void ZEL_Math::zelmax(double* d, const double* a, const double* b, Count num) {
-    elements<Maximum>(d, num, a, b);
+    extremes<Maximum>(d, a, b, num);
 }
 void ZEL_Math::zelmax(float* d, const float* a, float b, Count num) {
-    return theSIMD ? zelmaxSIMD(d, a, b, num) : elements<Maximum>(d, num, a, b);
+    return theSIMD ? zelmaxSIMD(d, a, b, num) : extremes<Maximum>(d, a, b, num);
 }
-void ZEL_Math::zelmax(double* d, const double* a, double b, Count num) { elements<Maximum>(d, num, a, b); }
+void ZEL_Math::zelmax(double* d, const double* a, double b, Count num) { extremes<Maximum>(d, a, b, num); }
 void ZEL_Math::zelmaxSIMD(float* d, const float* a, const float* b, Count num) {
-    lanes<Maximum>(d, num, a, b);
+    extremeLanes<Maximum>(d, a, b, num);
 }
-void ZEL_Math::zelmaxSIMD(float* d, const float* a, float b, Count num) { lanes<Maximum>(d, num, a, b); }
+void ZEL_Math::zelmaxSIMD(float* d, const float* a, float b, Count num) {
+    extremeLanes<Maximum>(d, a, b, num);
+}
 
 void ZEL_Math::clamp(float* d, const float* a, float lo, float hi, Count num) {
     return theSIMD ? clampSIMD(d, a, lo, hi, num) : elements<Clamp>(d, num, a, lo, hi);

@@ -94,7 +94,7 @@ void wpointLanes(Sample* d, const float* a, float scale, float limit, float offs
     const __m128 scales = spread(scale), limits = spread(limit), offsets = spread(offset);
     const auto lanes = [=](Count i) { return MapToSample::lanes(load(a, i), scales, limits, offsets); };
     // Only where that store can't reach what is yet to be read.
-    const void* const aEnd = a + num;
+    const void* const aEnd = a + end;
     const bool fourAtOnce = static_cast<const void*>(d) <= a || static_cast<const void*>(d) >= aEnd;
     if (limit < (sizeof(Sample) == 1 ? 256.0f : 65536.0f))
         packGroups<InRange>(d, lead, end, fourAtOnce, lanes);

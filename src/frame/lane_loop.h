@@ -60,8 +60,11 @@ inline void upwardByFours(Count i, Count end, One one) {
 /// behind them the tail.
 struct LaneBounds {
     Count lead, end;
-    LaneBounds(int phase, Count num)
-        : lead(phase < num ? phase : num), end(lead + ((num - lead) & ~Count{3})) {}
+    LaneBounds(int phase, Count num) {
+        num = num > 0 ? num : 0;  // nothing lies before the arrays, nor may be pointed at
+        lead = phase < num ? phase : num;
+        end = lead + ((num - lead) & ~Count{3});
+    }
 };
 
 /// The elements around the lane groups: lead-in upward, then tail downward. element(i) does element i.

@@ -263,7 +263,7 @@ private:
         if (below(3) == 0) c.control |= below(4) << 13 | (below(2) ? 0x8000 : 0) | (below(2) ? 0x40 : 0);
         if (below(2) == 0) c.control |= below(64);
         for (const std::size_t k : arrays)  // at a count of 0, no pointer is looked at
-            if ((c.row.operands[k].nullable || c.count == 0) && below(2)) c.places[k] = nullptr;
+            if ((c.row.operands[k].nullable || c.count <= 0) && below(2)) c.places[k] = nullptr;
         fill(c);
     }
 
