@@ -43,10 +43,10 @@
 /// **Arithmetic** follows IEEE 754 in the element type, under the calling thread's rounding and denormal
 /// modes. A product is rounded before it is added; nothing is fused, as it may be in a loop of the caller's
 /// own that isn't compiled with -ffp-contract=off. A NaN operand of arithmetic gives that NaN, quieted.
-/// Infinity minus infinity and 0 times infinity give the processor's default NaN, bits 0xFFC00000 in `float`
-/// and 0xFFF8000000000000 in `double`. Where two NaNs meet in one addition or multiplication, which of them
-/// comes out is not fixed; a subtraction or division gives the left one. Which floating-point exceptions are
-/// raised is fixed only where a block says so.
+/// Infinity minus or by infinity and 0 times infinity give the processor's default NaN, bits 0xFFC00000 in
+/// `float` and 0xFFF8000000000000 in `double`. Where two NaNs meet in one addition or multiplication, which
+/// of them comes out is not fixed; a subtraction or division gives the left one. Which floating-point
+/// exceptions are raised is fixed only where a block says so.
 ///
 /// **Threads.** Any thread may call any member but forceSIMD() at any time, as long as no element that one
 /// call writes is read or written by another at once: parts of one array are fine. The flag is one plain byte
@@ -145,14 +145,15 @@ public:
     /// @}
 
     /// @name Guarded division
-    /// d[i] = a[i] / b[i], and a zero where b[i] is +0 or -0. Only the divisor is guarded: a quotient can
-    /// overflow. What a zero divisor gives:
+    /// d[i] = a[i] / b[i], and a zero where b[i] is +0 or -0 and a[i] a finite number. Only the divisor is
+    /// guarded: a quotient can overflow. What a zero divisor gives:
     ///
     /// | dividend          | element form; lanes of array / array | lanes of value / array; array / value |
     /// |-------------------|--------------------------------------|---------------------------------------|
     /// | positive, +0      | +0                                   | +0                                    |
     /// | negative, -0      | -0                                   | +0                                    |
-    /// | infinity, NaN     | NaN                                  | +0                                    |
+    /// | infinity          | NaN, the default one                 | +0                                    |
+    /// | NaN               | that NaN                             | +0                                    |
     ///
     /// Any other divisor gives the quotient rounded once, the same bits in both forms; a NaN divisor
     /// gives NaN. In array / value, one test of b: a zero fills d with +0 without reading a, anything
@@ -232,8 +233,8 @@ public:
     /// to a bound gives the bound by element and a by lane, which shows on zeros; with lo > hi the element
     /// form gives lo up to lo and hi above, the lane form lo for every number: of 2 between 1 and 0 the one
     /// makes 0, the other 1. Bits pass unchanged, signalling NaNs too, except that a lane `negate` quiets.
-    /// (In the denormals-are-zero mode minps and maxps give zeros for denormals: lane forms do, `zelmin` and
-    /// `zelmax` element forms may.)
+    /// (In the denormals-are-zero mode minps and maxps give zeros for denormals: the lane forms of `abs`,
+    /// `zelmin`, `zelmax` and `clamp` do; an element form gives the bits of what it chose.)
     /// @{
     static void abs(float* d, const float* a, std::int64_t num);
     static void abs(double* d, const double* a, std::int64_t num);
@@ -545,9 +546,9 @@ public:
     ///
     /// `iwpoint` maps back: d[i] = (a[i] - black) * (1 / scale), the reciprocal rounded first. There are no
     /// lanes and no phases: with the flag set the last num mod 4 elements come first, downward, then the
-    /// others upward. With the flag set (and in iwpointSIMD), 8 bits, black 0 and scale 255, d[i] is a[i] /
-    /// 255 rounded to six decimals, upward: another result than the formula's for 245 of the 256 samples, by
-    /// up to 5.4e-7.
+    /// others upward. With the flag set (and in iwpointSIMD), 8 bits, black 0 and scale 255, d[i] is the
+    /// six-decimal number nearest to a[i] / 255, elements in upward order: another result than the formula's
+    /// for 245 of the 256 samples, by up to 5.4e-7.
     ///
     /// Neither refuses a scale or a limit. d may be a where both are `float`.
     /// @{

@@ -60,7 +60,7 @@ const Register reciprocalAndRoots([] {
     real<Array>(Z::isqrt, Z::isqrtSIMD, Z::isqrt, inverseRoot, [](float, float a) { return rsqrt(a); });
 });
 
-/// A choice by a condition that is held: a minimum instead would give a zero for a denormal that counts as one.
+/// A choice by a condition that is held: a minimum would give a zero for a denormal that counts as one.
 auto chosen(bool condition, auto p, decltype(p) q) {
     const volatile bool first = condition;
     return first ? p : q;

@@ -68,7 +68,7 @@ void ramp(float* x, float* gain, const float* index, float from, float step, std
     ZEL_Math::mul(x, x, gain, n);
 }
 
-/// x / (1 + |x|), which stays within -1 ... 1; `work` has room for n.
+/// x / (1 + |x|), which stays within -1 ... 1 for every number; `work` has room for n.
 void softClip(float* x, float* work, std::int64_t n) {
     ZEL_Math::abs(work, x, n);
     ZEL_Math::add(work, work, 1.0f, n);

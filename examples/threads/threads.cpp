@@ -27,21 +27,21 @@ void inParts(const float* x, std::int64_t num, int parts, Work work) {
     }
 }
 
+int phase(const void* p) {
+    return static_cast<int>(-(reinterpret_cast<std::uintptr_t>(p) / 4) & 3);  // elements to the next boundary
+}
+
 /// dotSIMD(a, b, num) to the bit: its blocks of 1024 elements side by side, their sums in its order.
 double dotInParts(const float* a, const float* b, std::int64_t num, [[maybe_unused]] int parts) {
-    const auto phase = [](const float* p) {
-        return static_cast<std::int64_t>(-(reinterpret_cast<std::uintptr_t>(p) / 4) & 3);
-    };
     if (phase(a) != phase(b))
         return ZEL_Math::dotSISD(a, b, num);  // one sum, one order: nothing to share out
-    const std::int64_t lead = std::min(phase(a), num), end = lead + (num - lead) / 4 * 4;
+    const std::int64_t lead = std::min<std::int64_t>(phase(a), num), end = lead + (num - lead) / 4 * 4;
     std::vector<double> sums((end - lead + 1023) / 1024);
-    const auto block = [&](std::int64_t k) {
-        const std::int64_t i = lead + 1024 * k;
-        sums[k] = ZEL_Math::dotSIMD(a + i, b + i, std::min<std::int64_t>(1024, end - i));
-    };
 #pragma omp parallel for num_threads(parts)
-    for (std::size_t k = 0; k < sums.size(); ++k) block(static_cast<std::int64_t>(k));
+    for (std::size_t k = 0; k < sums.size(); ++k) {
+        const std::int64_t i = lead + 1024 * static_cast<std::int64_t>(k);
+        sums[k] = ZEL_Math::dotSIMD(a + i, b + i, std::min<std::int64_t>(1024, end - i));
+    }
     double total = ZEL_Math::dotSISD(a, b, lead);
     total += ZEL_Math::dotSISD(a + end, b + end, num - end);
     for (const double sum : sums) total += sum;

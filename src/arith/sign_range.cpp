@@ -61,8 +61,8 @@ struct Maximum {
     static __m128 lanes(__m128 a, __m128 b) { return _mm_max_ps(a, b); }
 };
 
-/// Where the caller has denormals taken for zeros, minps and maxps give a zero for one, a choice gives its bits.
-/// A compiler makes the one of some elements and the other of their neighbours; here it can't.
+/// Where the caller has denormals taken for zeros, minps and maxps give a zero for one, a choice gives its
+/// bits. A compiler makes the one of some elements and the other of their neighbours; here it can't.
 template <class Formula>
 struct ByBits : Formula {
     template <class T>
