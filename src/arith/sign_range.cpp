@@ -62,31 +62,36 @@ struct Maximum {
 };
 
 /// Where the caller has denormals taken for zeros, minps and maxps give a zero for one, a choice gives its
-/// bits. A compiler makes the one of some elements and the other of their neighbours; here it can't.
+/// bits. A compiler makes the one of some elements and the other of their neighbours; here it can't, for it
+/// doesn't know that `nothing` is 0.
 template <class Formula>
-struct ByBits : Formula {
+struct ByBits {
     template <class T>
-    static T element(T a, T b) {
+    static T element(T a, T b, int nothing) {
         using Word = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
-        const Word mask = -static_cast<Word>(Formula::takesSecond(a, b));
+        const Word mask = -static_cast<Word>(Formula::takesSecond(a, b)) | nothing;
         return std::bit_cast<T>((std::bit_cast<Word>(b) & mask) | (std::bit_cast<Word>(a) & ~mask));
     }
+    static __m128 lanes(__m128 a, __m128 b, __m128i) { return Formula::lanes(a, b); }
 };
 
-/// Asked of the arithmetic: to read the control register takes as long as a short call.
-bool denormalsAreZeros() {
-    float denormal = std::numeric_limits<float>::denorm_min();
-    asm("" : "+x"(denormal));
-    return !(denormal > 0);
+template <class T>
+T unknown(T x) {
+    asm("" : "+x"(x));
+    return x;
 }
+
+/// Asked of the arithmetic: to read the control register takes as long as a short call.
+bool denormalsAreZeros() { return !(unknown(std::numeric_limits<float>::denorm_min()) > 0); }
 
 template <class Formula, class T, class B>
 void extremes(T* d, const T* a, B b, Count num) {
-    denormalsAreZeros() ? elements<ByBits<Formula>>(d, num, a, b) : elements<Formula>(d, num, a, b);
+    denormalsAreZeros() ? elements<ByBits<Formula>>(d, num, a, b, unknown(0))
+                        : elements<Formula>(d, num, a, b);
 }
 template <class Formula, class B>
 void extremeLanes(float* d, const float* a, B b, Count num) {
-    denormalsAreZeros() ? lanes<ByBits<Formula>>(d, num, a, b) : lanes<Formula>(d, num, a, b);
+    denormalsAreZeros() ? lanes<ByBits<Formula>>(d, num, a, b, unknown(0)) : lanes<Formula>(d, num, a, b);
 }
 
 /// Element: the lower bound first, and an equal bound wins. Lane: the upper bound first, and x wins.
