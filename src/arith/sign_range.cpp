@@ -90,8 +90,14 @@ void extremes(T* d, const T* a, B b, Count num) {
                         : elements<Formula>(d, num, a, b);
 }
 template <class Formula, class B>
+[[gnu::noinline]] void lanesByBits(float* d, const float* a, B b, Count num) {
+    lanes<ByBits<Formula>>(d, num, a, b, unknown(0));
+}
+template <class Formula, class B>
 void extremeLanes(float* d, const float* a, B b, Count num) {
-    denormalsAreZeros() ? lanes<ByBits<Formula>>(d, num, a, b, unknown(0)) : lanes<Formula>(d, num, a, b);
+    if (denormalsAreZeros()) [[unlikely]]
+        return lanesByBits<Formula>(d, a, b, num);
+    lanes<Formula>(d, num, a, b);
 }
 
 /// Element: the lower bound first, and an equal bound wins. Lane: the upper bound first, and x wins.
