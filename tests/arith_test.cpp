@@ -1,6 +1,4 @@
 // Rows of element-wise arithmetic.
-#include <limits>
-
 #include "support/engine.h"
 
 namespace test {
@@ -33,9 +31,7 @@ const Register division([] {
     only<float, Array<float>, float>(Z::div, byReciprocal, Kind::dispatching);
     only<float, Array<float>, float>(Z::fdiv, byReciprocal, Kind::dispatching);
 
-    const auto guarded = [](auto, auto a, auto b) {
-        return b == 0 ? a / std::numeric_limits<decltype(b)>::infinity() : a / b;
-    };
+    const auto guarded = [](auto, auto a, auto b) { return a / (b == 0 ? decltype(b)(HUGE_VAL) : b); };
     real<Array, Array>(Z::safediv, Z::safedivSIMD, Z::safediv, guarded);
     real<Value, Array>(Z::safediv, Z::safedivSIMD, Z::safediv, guarded,
                        [](float, float a, float b) { return b == 0 ? 0.0f : a / b; });
@@ -60,26 +56,24 @@ const Register reciprocalAndRoots([] {
     real<Array>(Z::isqrt, Z::isqrtSIMD, Z::isqrt, inverseRoot, [](float, float a) { return rsqrt(a); });
 });
 
-/// A choice by a condition that is held: a minimum would give a zero for a denormal that counts as one.
-auto chosen(bool condition, auto p, decltype(p) q) {
-    const volatile bool first = condition;
-    return first ? p : q;
-}
-
 const Register signAndRange([] {
     const auto abs = [](auto, auto a) { return std::copysign(a, decltype(a)(1)); };
     const auto negate = [](auto, auto a) { return std::copysign(a, decltype(a)(std::signbit(a) ? 1 : -1)); };
     real<Array>(Z::abs, Z::absSIMD, Z::abs, abs, [](float, float a) { return greatest(0.0f - a, a); });
     real<Array>(Z::negate, Z::negateSIMD, Z::negate, negate, [](float, float a) { return 0.0f - a; });
-
-    const auto min = [](auto, auto a, auto b) { return chosen(b < a, b, a); };
-    const auto max = [](auto, auto a, auto b) { return chosen(b > a, b, a); };
+    // The condition is held: a minimum would give a zero for a denormal that counts as one.
+    const auto choice = [](auto takesSecond) {
+        return [=](auto, auto a, auto b) {
+            const volatile bool second = takesSecond(b, a);
+            return second ? b : a;
+        };
+    };
     const auto minLane = [](float, float a, float b) { return least(a, b); };
     const auto maxLane = [](float, float a, float b) { return greatest(a, b); };
-    real<Array, Array>(Z::zelmin, Z::zelminSIMD, Z::zelmin, min, minLane);
-    real<Array, Value>(Z::zelmin, Z::zelminSIMD, Z::zelmin, min, minLane);
-    real<Array, Array>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, max, maxLane);
-    real<Array, Value>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, max, maxLane);
+    real<Array, Array>(Z::zelmin, Z::zelminSIMD, Z::zelmin, choice(std::less<>()), minLane);
+    real<Array, Value>(Z::zelmin, Z::zelminSIMD, Z::zelmin, choice(std::less<>()), minLane);
+    real<Array, Array>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, choice(std::greater<>()), maxLane);
+    real<Array, Value>(Z::zelmax, Z::zelmaxSIMD, Z::zelmax, choice(std::greater<>()), maxLane);
     const auto clamp = [](float, float a, float lo, float hi) { return lo >= a ? lo : hi <= a ? hi : a; };
     const auto clampLane = [](float, float a, float lo, float hi) { return greatest(lo, least(hi, a)); };
     both<float, Array<float>, float, float>(Z::clamp, Z::clampSIMD, clamp, clampLane);
