@@ -61,7 +61,7 @@ inline void upwardByFours(Count i, Count end, One one) {
 struct LaneBounds {
     Count lead, end;
     LaneBounds(int phase, Count num) {
-        num = num > 0 ? num : 0;  // nothing lies before the arrays, nor may be pointed at
+        num = num > 0 ? num : 0;  // a negative count makes no pointer before an array
         lead = phase < num ? phase : num;
         end = lead + ((num - lead) & ~Count{3});
     }
