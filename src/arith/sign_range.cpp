@@ -69,8 +69,8 @@ struct ByBits {
     template <class T>
     static T element(T a, T b, int nothing) {
         using Word = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
-        const Word mask = -static_cast<Word>(Formula::takesSecond(a, b)) | nothing;
-        return std::bit_cast<T>((std::bit_cast<Word>(b) & mask) | (std::bit_cast<Word>(a) & ~mask));
+        const Word first = std::bit_cast<Word>(a), second = std::bit_cast<Word>(b) | nothing;
+        return std::bit_cast<T>(Formula::takesSecond(a, b) ? second : first);
     }
     static __m128 lanes(__m128 a, __m128 b, __m128i) { return Formula::lanes(a, b); }
 };
