@@ -6,18 +6,12 @@ using namespace zel;
 namespace {
 
 struct MultiplyAdd {
-    template <class T>
-    static T element(T d, T a, T b) {
-        return d + a * b;
-    }
+    template <class T> static T element(T d, T a, T b) { return d + a * b; }
     static __m128 lanes(__m128 d, __m128 a, __m128 b) { return _mm_add_ps(d, _mm_mul_ps(a, b)); }
 };
 
 struct ScaleOffset {
-    template <class T>
-    static T element(T d, T a, T b) {
-        return d * a + b;
-    }
+    template <class T> static T element(T d, T a, T b) { return d * a + b; }
     static __m128 lanes(__m128 d, __m128 a, __m128 b) { return _mm_add_ps(_mm_mul_ps(d, a), b); }
 };
 
@@ -28,56 +22,36 @@ struct Interpolate {
 }  // namespace
 
 void ZEL_Math::madd(float* d, const float* a, const float* b, Count num) {
-    return theSIMD ? maddSIMD(d, a, b, num) : elements<MultiplyAdd>(d, num, d, a, b);
+    dispatch<MultiplyAdd>(theSIMD, d, num, d, a, b);
 }
-void ZEL_Math::madd(double* d, const double* a, const double* b, Count num) {
-    elements<MultiplyAdd>(d, num, d, a, b);
-}
-void ZEL_Math::madd(float* d, const float* a, float b, Count num) {
-    return theSIMD ? maddSIMD(d, a, b, num) : elements<MultiplyAdd>(d, num, d, a, b);
-}
-void ZEL_Math::madd(double* d, const double* a, double b, Count num) {
-    elements<MultiplyAdd>(d, num, d, a, b);
-}
-void ZEL_Math::maddSIMD(float* d, const float* a, const float* b, Count num) {
-    lanes<MultiplyAdd>(d, num, d, a, b);
-}
-void ZEL_Math::maddSIMD(float* d, const float* a, float b, Count num) { lanes<MultiplyAdd>(d, num, d, a, b); }
+void ZEL_Math::madd(double* d, const double* a, const double* b, Count num) { elements<MultiplyAdd>(d, num, d, a, b); }
+void ZEL_Math::madd(float* d, const float* a, float b, Count num) { dispatch<MultiplyAdd>(theSIMD, d, num, d, a, b); }
+void ZEL_Math::madd(double* d, const double* a, double b, Count num) { elements<MultiplyAdd>(d, num, d, a, b); }
+void ZEL_Math::maddSIMD(float* d, const float* a, const float* b, Count num) { laneForm<MultiplyAdd>(d, num, d, a, b); }
+void ZEL_Math::maddSIMD(float* d, const float* a, float b, Count num) { laneForm<MultiplyAdd>(d, num, d, a, b); }
 
 void ZEL_Math::scaleoffset(float* d, const float* a, const float* b, Count num) {
-    return theSIMD ? scaleoffsetSIMD(d, a, b, num) : elements<ScaleOffset>(d, num, d, a, b);
+    dispatch<ScaleOffset>(theSIMD, d, num, d, a, b);
 }
 void ZEL_Math::scaleoffset(double* d, const double* a, const double* b, Count num) {
     elements<ScaleOffset>(d, num, d, a, b);
 }
 void ZEL_Math::scaleoffset(float* d, const float* a, float b, Count num) {
-    return theSIMD ? scaleoffsetSIMD(d, a, b, num) : elements<ScaleOffset>(d, num, d, a, b);
+    dispatch<ScaleOffset>(theSIMD, d, num, d, a, b);
 }
-void ZEL_Math::scaleoffset(double* d, const double* a, double b, Count num) {
-    elements<ScaleOffset>(d, num, d, a, b);
-}
+void ZEL_Math::scaleoffset(double* d, const double* a, double b, Count num) { elements<ScaleOffset>(d, num, d, a, b); }
 void ZEL_Math::scaleoffset(float* d, float a, const float* b, Count num) {
-    return theSIMD ? scaleoffsetSIMD(d, a, b, num) : elements<ScaleOffset>(d, num, d, a, b);
+    dispatch<ScaleOffset>(theSIMD, d, num, d, a, b);
 }
-void ZEL_Math::scaleoffset(double* d, double a, const double* b, Count num) {
-    elements<ScaleOffset>(d, num, d, a, b);
-}
-void ZEL_Math::scaleoffset(float* d, float a, float b, Count num) {
-    return theSIMD ? scaleoffsetSIMD(d, a, b, num) : elements<ScaleOffset>(d, num, d, a, b);
-}
-void ZEL_Math::scaleoffset(double* d, double a, double b, Count num) {
-    elements<ScaleOffset>(d, num, d, a, b);
-}
+void ZEL_Math::scaleoffset(double* d, double a, const double* b, Count num) { elements<ScaleOffset>(d, num, d, a, b); }
+void ZEL_Math::scaleoffset(float* d, float a, float b, Count num) { dispatch<ScaleOffset>(theSIMD, d, num, d, a, b); }
+void ZEL_Math::scaleoffset(double* d, double a, double b, Count num) { elements<ScaleOffset>(d, num, d, a, b); }
 void ZEL_Math::scaleoffsetSIMD(float* d, const float* a, const float* b, Count num) {
-    lanes<ScaleOffset>(d, num, d, a, b);
+    laneForm<ScaleOffset>(d, num, d, a, b);
 }
-void ZEL_Math::scaleoffsetSIMD(float* d, const float* a, float b, Count num) {
-    lanes<ScaleOffset>(d, num, d, a, b);
-}
-void ZEL_Math::scaleoffsetSIMD(float* d, float a, const float* b, Count num) {
-    lanes<ScaleOffset>(d, num, d, a, b);
-}
-void ZEL_Math::scaleoffsetSIMD(float* d, float a, float b, Count num) { lanes<ScaleOffset>(d, num, d, a, b); }
+void ZEL_Math::scaleoffsetSIMD(float* d, const float* a, float b, Count num) { laneForm<ScaleOffset>(d, num, d, a, b); }
+void ZEL_Math::scaleoffsetSIMD(float* d, float a, const float* b, Count num) { laneForm<ScaleOffset>(d, num, d, a, b); }
+void ZEL_Math::scaleoffsetSIMD(float* d, float a, float b, Count num) { laneForm<ScaleOffset>(d, num, d, a, b); }
 
 // With the flag set, two whole passes: d holds an intermediate result during the second.
 void ZEL_Math::lerp(float* d, const float* a, const float* b, const float* c, Count num) {

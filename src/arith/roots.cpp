@@ -7,22 +7,15 @@ using namespace zel;
 
 namespace {
 
-/// On float the plain member is defined as a division in double, narrowed: 53 bits are enough for the two
-/// roundings to give what one gives, in every rounding mode and with flushed denormals, so one division in
-/// float serves both.
+/// On float the plain member is defined as a division in double, narrowed. With 53 bits its two roundings give what one
+/// rounding gives, in every rounding mode and with flushed denormals. So one division in float serves both.
 struct Reciprocal {
-    template <class T>
-    static T element(T a) {
-        return 1 / a;
-    }
+    template <class T> static T element(T a) { return 1 / a; }
     static __m128 lanes(__m128 a) { return _mm_rcp_ps(a); }
 };
 
 struct Root {
-    template <class T>
-    static T element(T a) {
-        return std::sqrt(a);
-    }
+    template <class T> static T element(T a) { return std::sqrt(a); }
     static __m128 lanes(__m128 a) { return _mm_sqrt_ps(a); }
 };
 
@@ -32,35 +25,24 @@ struct RootByEstimate : Root {
 };
 
 struct ReciprocalRoot {
-    template <class T>
-    static T element(T a) {
-        return 1 / std::sqrt(a);
-    }
+    template <class T> static T element(T a) { return 1 / std::sqrt(a); }
     static __m128 lanes(__m128 a) { return _mm_rsqrt_ps(a); }
 };
 
 }  // namespace
 
-void ZEL_Math::invert(float* d, const float* a, Count num) {
-    return theSIMD ? invertSIMD(d, a, num) : elements<Reciprocal>(d, num, a);
-}
+void ZEL_Math::invert(float* d, const float* a, Count num) { dispatch<Reciprocal>(theSIMD, d, num, a); }
 void ZEL_Math::invert(double* d, const double* a, Count num) { elements<Reciprocal>(d, num, a); }
-void ZEL_Math::invertSIMD(float* d, const float* a, Count num) { lanes<Reciprocal>(d, num, a); }
+void ZEL_Math::invertSIMD(float* d, const float* a, Count num) { laneForm<Reciprocal>(d, num, a); }
 
-void ZEL_Math::sqrt(float* d, const float* a, Count num) {
-    return theSIMD ? sqrtSIMD(d, a, num) : elements<Root>(d, num, a);
-}
+void ZEL_Math::sqrt(float* d, const float* a, Count num) { dispatch<Root>(theSIMD, d, num, a); }
 void ZEL_Math::sqrt(double* d, const double* a, Count num) { elements<Root>(d, num, a); }
-void ZEL_Math::sqrtSIMD(float* d, const float* a, Count num) { lanes<Root>(d, num, a); }
+void ZEL_Math::sqrtSIMD(float* d, const float* a, Count num) { laneForm<Root>(d, num, a); }
 
-void ZEL_Math::fsqrt(float* d, const float* a, Count num) {
-    return theSIMD ? fsqrtSIMD(d, a, num) : elements<Root>(d, num, a);
-}
+void ZEL_Math::fsqrt(float* d, const float* a, Count num) { dispatch<RootByEstimate>(theSIMD, d, num, a); }
 void ZEL_Math::fsqrt(double* d, const double* a, Count num) { elements<Root>(d, num, a); }
-void ZEL_Math::fsqrtSIMD(float* d, const float* a, Count num) { lanes<RootByEstimate>(d, num, a); }
+void ZEL_Math::fsqrtSIMD(float* d, const float* a, Count num) { laneForm<RootByEstimate>(d, num, a); }
 
-void ZEL_Math::isqrt(float* d, const float* a, Count num) {
-    return theSIMD ? isqrtSIMD(d, a, num) : elements<ReciprocalRoot>(d, num, a);
-}
+void ZEL_Math::isqrt(float* d, const float* a, Count num) { dispatch<ReciprocalRoot>(theSIMD, d, num, a); }
 void ZEL_Math::isqrt(double* d, const double* a, Count num) { elements<ReciprocalRoot>(d, num, a); }
-void ZEL_Math::isqrtSIMD(float* d, const float* a, Count num) { lanes<ReciprocalRoot>(d, num, a); }
+void ZEL_Math::isqrtSIMD(float* d, const float* a, Count num) { laneForm<ReciprocalRoot>(d, num, a); }

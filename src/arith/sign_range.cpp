@@ -1,103 +1,73 @@
-// Sign and range: element and lane form part on -0, NaN and crossed bounds.
+// Sign and range: element and lane form differ on -0, NaN and crossed bounds.
 #include <bit>
-#include <limits>
 
+#include "frame/lane_constants.h"
 #include "frame/lane_loop.h"
 
 using namespace zel;
 
 namespace {
 
-// minps and maxps give their second operand when the comparison fails, so `p < q ? p : q` is min(p,
-// q), and `p > q ? p : q` is max(p, q), for NaN and zeros too. All but Negate's lanes pass a
-// signalling NaN on untouched.
+// minps and maxps give their second operand when the comparison fails, so `p < q ? p : q` is min(p, q), and
+// `p > q ? p : q` is max(p, q), for NaN and zeros too. All but Negate's lanes pass a signalling NaN on untouched.
 
 /// Element: the sign bit cleared. Lane: the greater of 0 - x and x, where -0 and NaN are never greater.
 struct Magnitude {
-    static float element(float x) {
-        return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFF);
-    }
+    static float element(float x) { return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFF); }
     static double element(double x) {
         return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) & 0x7FFFFFFFFFFFFFFF);
     }
     static __m128 lanes(__m128 x) {
-        x = loadedOnce(x);
-        return _mm_max_ps(_mm_sub_ps(_mm_setzero_ps(), x), x);
+        x = opaque(x);  // else GCC loads the group once for each of its uses, which costs 10 % in arrays that L2 holds
+        return _mm_max_ps(_mm_sub_ps(floatLanes(theLaneZero), x), x);
     }
 };
 
 /// Element: the sign bit flipped. Lane: a subtraction from +0.
 struct Negate {
-    static float element(float x) {
-        return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) ^ 0x80000000);
-    }
+    static float element(float x) { return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) ^ 0x80000000); }
     static double element(double x) {
         return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) ^ 0x8000000000000000);
     }
-    static __m128 lanes(__m128 x) { return _mm_sub_ps(_mm_setzero_ps(), x); }
+    static __m128 lanes(__m128 x) { return _mm_sub_ps(floatLanes(theLaneZero), x); }
 };
 
 struct Minimum {
-    template <class T>
-    static bool takesSecond(T a, T b) {
-        return b < a;
-    }
-    template <class T>
-    static T element(T a, T b) {
-        return takesSecond(a, b) ? b : a;
-    }
+    template <class T> static bool takesSecond(T a, T b) { return b < a; }
     static __m128 lanes(__m128 a, __m128 b) { return _mm_min_ps(a, b); }
 };
 
 struct Maximum {
-    template <class T>
-    static bool takesSecond(T a, T b) {
-        return b > a;
-    }
-    template <class T>
-    static T element(T a, T b) {
-        return takesSecond(a, b) ? b : a;
-    }
+    template <class T> static bool takesSecond(T a, T b) { return b > a; }
     static __m128 lanes(__m128 a, __m128 b) { return _mm_max_ps(a, b); }
 };
 
-/// Where the caller has denormals taken for zeros, minps and maxps give a zero for one, a choice gives its
-/// bits. A compiler makes the one of some elements and the other of their neighbours; here it can't, for it
-/// doesn't know that `nothing` is 0.
-template <class Formula>
-struct ByBits {
-    template <class T>
-    static T element(T a, T b, int nothing) {
-        using Word = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
-        const Word first = std::bit_cast<Word>(a), second = std::bit_cast<Word>(b) | nothing;
-        return std::bit_cast<T>(Formula::takesSecond(a, b) ? second : first);
-    }
-    static __m128 lanes(__m128 a, __m128 b, __m128i) { return Formula::lanes(a, b); }
+/// The element form as it is written. Compilers make minps or maxps of it for some elements of a call.
+template <class Extreme> struct ByNumber {
+    template <class T> static T element(T a, T b) { return Extreme::takesSecond(a, b) ? b : a; }
 };
 
-template <class T>
-T unknown(T x) {
-    asm("" : "+x"(x));
-    return x;
-}
+/// The same choice between words. Where a denormal counts as zero, minps and maxps give a zero for it, while the choice
+/// gives its bits. Here no compiler can take the one for the other, because it can't see that `nothing` is 0. If one
+/// ever does, the rows of zelmin and zelmax fail under denormals-are-zero.
+template <class Extreme> struct ByBits {
+    template <class T> static T element(T a, T b, int nothing) {
+        using Word = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
+        const Word first = std::bit_cast<Word>(a), second = std::bit_cast<Word>(b) | nothing;
+        return std::bit_cast<T>(Extreme::takesSecond(a, b) ? second : first);
+    }
+    static __m128 lanes(__m128 a, __m128 b, __m128i) { return Extreme::lanes(a, b); }
+};
 
-/// Asked of the arithmetic: to read the control register takes as long as a short call.
-bool denormalsAreZeros() { return !(unknown(std::numeric_limits<float>::denorm_min()) > 0); }
-
-template <class Formula, class T, class B>
-void extremes(T* d, const T* a, B b, Count num) {
-    denormalsAreZeros() ? elements<ByBits<Formula>>(d, num, a, b, unknown(0))
-                        : elements<Formula>(d, num, a, b);
+/// The element loop, in the faster form where denormals count as numbers. MXCSR is read and no arithmetic asked: a
+/// comparison of a denormal would raise a flag of its own.
+template <class Extreme, class T, class B> void extremes(T* d, const T* a, B b, Count num) {
+    constexpr unsigned denormalsAreZeros = 0x40;  // in MXCSR
+    _mm_getcsr() & denormalsAreZeros ? elements<ByBits<Extreme>>(d, num, a, b, opaque(0))
+                                     : elements<ByNumber<Extreme>>(d, num, a, b);
 }
-template <class Formula, class B>
-[[gnu::noinline]] void lanesByBits(float* d, const float* a, B b, Count num) {
-    lanes<ByBits<Formula>>(d, num, a, b, unknown(0));
-}
-template <class Formula, class B>
-void extremeLanes(float* d, const float* a, B b, Count num) {
-    if (denormalsAreZeros()) [[unlikely]]
-        return lanesByBits<Formula>(d, a, b, num);
-    lanes<Formula>(d, num, a, b);
+template <class Extreme, class B> void extremeLanes(float* d, const float* a, B b, Count num) {
+    laneForm<ByBits<Extreme>>(d, num, a, b, opaque(0));
 }
 
 /// Element: the lower bound first, and an equal bound wins. Lane: the upper bound first, and x wins.
@@ -112,55 +82,39 @@ struct Clamp {
 
 }  // namespace
 
-void ZEL_Math::abs(float* d, const float* a, Count num) {
-    return theSIMD ? absSIMD(d, a, num) : elements<Magnitude>(d, num, a);
-}
+void ZEL_Math::abs(float* d, const float* a, Count num) { dispatch<Magnitude>(theSIMD, d, num, a); }
 void ZEL_Math::abs(double* d, const double* a, Count num) { elements<Magnitude>(d, num, a); }
-void ZEL_Math::absSIMD(float* d, const float* a, Count num) { lanes<Magnitude>(d, num, a); }
+void ZEL_Math::absSIMD(float* d, const float* a, Count num) { laneForm<Magnitude>(d, num, a); }
 
-void ZEL_Math::negate(float* d, const float* a, Count num) {
-    return theSIMD ? negateSIMD(d, a, num) : elements<Negate>(d, num, a);
-}
+void ZEL_Math::negate(float* d, const float* a, Count num) { dispatch<Negate>(theSIMD, d, num, a); }
 void ZEL_Math::negate(double* d, const double* a, Count num) { elements<Negate>(d, num, a); }
-void ZEL_Math::negateSIMD(float* d, const float* a, Count num) { lanes<Negate>(d, num, a); }
+void ZEL_Math::negateSIMD(float* d, const float* a, Count num) { laneForm<Negate>(d, num, a); }
 
 void ZEL_Math::zelmin(float* d, const float* a, const float* b, Count num) {
-    return theSIMD ? zelminSIMD(d, a, b, num) : extremes<Minimum>(d, a, b, num);
+    theSIMD ? extremeLanes<Minimum>(d, a, b, num) : extremes<Minimum>(d, a, b, num);
 }
-void ZEL_Math::zelmin(double* d, const double* a, const double* b, Count num) {
-    extremes<Minimum>(d, a, b, num);
-}
+void ZEL_Math::zelmin(double* d, const double* a, const double* b, Count num) { extremes<Minimum>(d, a, b, num); }
 void ZEL_Math::zelmin(float* d, const float* a, float b, Count num) {
-    return theSIMD ? zelminSIMD(d, a, b, num) : extremes<Minimum>(d, a, b, num);
+    theSIMD ? extremeLanes<Minimum>(d, a, b, num) : extremes<Minimum>(d, a, b, num);
 }
 void ZEL_Math::zelmin(double* d, const double* a, double b, Count num) { extremes<Minimum>(d, a, b, num); }
-void ZEL_Math::zelminSIMD(float* d, const float* a, const float* b, Count num) {
-    extremeLanes<Minimum>(d, a, b, num);
-}
-void ZEL_Math::zelminSIMD(float* d, const float* a, float b, Count num) {
-    extremeLanes<Minimum>(d, a, b, num);
-}
+void ZEL_Math::zelminSIMD(float* d, const float* a, const float* b, Count num) { extremeLanes<Minimum>(d, a, b, num); }
+void ZEL_Math::zelminSIMD(float* d, const float* a, float b, Count num) { extremeLanes<Minimum>(d, a, b, num); }
 
 void ZEL_Math::zelmax(float* d, const float* a, const float* b, Count num) {
-    return theSIMD ? zelmaxSIMD(d, a, b, num) : extremes<Maximum>(d, a, b, num);
+    theSIMD ? extremeLanes<Maximum>(d, a, b, num) : extremes<Maximum>(d, a, b, num);
 }
-void ZEL_Math::zelmax(double* d, const double* a, const double* b, Count num) {
-    extremes<Maximum>(d, a, b, num);
-}
+void ZEL_Math::zelmax(double* d, const double* a, const double* b, Count num) { extremes<Maximum>(d, a, b, num); }
 void ZEL_Math::zelmax(float* d, const float* a, float b, Count num) {
-    return theSIMD ? zelmaxSIMD(d, a, b, num) : extremes<Maximum>(d, a, b, num);
+    theSIMD ? extremeLanes<Maximum>(d, a, b, num) : extremes<Maximum>(d, a, b, num);
 }
 void ZEL_Math::zelmax(double* d, const double* a, double b, Count num) { extremes<Maximum>(d, a, b, num); }
-void ZEL_Math::zelmaxSIMD(float* d, const float* a, const float* b, Count num) {
-    extremeLanes<Maximum>(d, a, b, num);
-}
-void ZEL_Math::zelmaxSIMD(float* d, const float* a, float b, Count num) {
-    extremeLanes<Maximum>(d, a, b, num);
-}
+void ZEL_Math::zelmaxSIMD(float* d, const float* a, const float* b, Count num) { extremeLanes<Maximum>(d, a, b, num); }
+void ZEL_Math::zelmaxSIMD(float* d, const float* a, float b, Count num) { extremeLanes<Maximum>(d, a, b, num); }
 
 void ZEL_Math::clamp(float* d, const float* a, float lo, float hi, Count num) {
-    return theSIMD ? clampSIMD(d, a, lo, hi, num) : elements<Clamp>(d, num, a, lo, hi);
+    dispatch<Clamp>(theSIMD, d, num, a, lo, hi);
 }
 void ZEL_Math::clampSIMD(float* d, const float* a, float lo, float hi, Count num) {
-    lanes<Clamp>(d, num, a, lo, hi);
+    laneForm<Clamp>(d, num, a, lo, hi);
 }

@@ -22,29 +22,17 @@ struct ExclusiveOr {
 
 }  // namespace
 
-void ZEL_Math::band(int* d, const int* a, const int* b, Count num) {
-    return theSIMD ? bandSIMD(d, a, b, num) : elements<And>(d, num, a, b);
-}
-void ZEL_Math::band(int* d, const int* a, int b, Count num) {
-    return theSIMD ? bandSIMD(d, a, b, num) : elements<And>(d, num, a, b);
-}
-void ZEL_Math::bandSIMD(int* d, const int* a, const int* b, Count num) { lanes<And>(d, num, a, b); }
-void ZEL_Math::bandSIMD(int* d, const int* a, int b, Count num) { lanes<And>(d, num, a, b); }
+void ZEL_Math::band(int* d, const int* a, const int* b, Count num) { dispatch<And>(theSIMD, d, num, a, b); }
+void ZEL_Math::band(int* d, const int* a, int b, Count num) { dispatch<And>(theSIMD, d, num, a, b); }
+void ZEL_Math::bandSIMD(int* d, const int* a, const int* b, Count num) { laneForm<And>(d, num, a, b); }
+void ZEL_Math::bandSIMD(int* d, const int* a, int b, Count num) { laneForm<And>(d, num, a, b); }
 
-void ZEL_Math::bor(int* d, const int* a, const int* b, Count num) {
-    return theSIMD ? borSIMD(d, a, b, num) : elements<Or>(d, num, a, b);
-}
-void ZEL_Math::bor(int* d, const int* a, int b, Count num) {
-    return theSIMD ? borSIMD(d, a, b, num) : elements<Or>(d, num, a, b);
-}
-void ZEL_Math::borSIMD(int* d, const int* a, const int* b, Count num) { lanes<Or>(d, num, a, b); }
-void ZEL_Math::borSIMD(int* d, const int* a, int b, Count num) { lanes<Or>(d, num, a, b); }
+void ZEL_Math::bor(int* d, const int* a, const int* b, Count num) { dispatch<Or>(theSIMD, d, num, a, b); }
+void ZEL_Math::bor(int* d, const int* a, int b, Count num) { dispatch<Or>(theSIMD, d, num, a, b); }
+void ZEL_Math::borSIMD(int* d, const int* a, const int* b, Count num) { laneForm<Or>(d, num, a, b); }
+void ZEL_Math::borSIMD(int* d, const int* a, int b, Count num) { laneForm<Or>(d, num, a, b); }
 
-void ZEL_Math::bxor(int* d, const int* a, const int* b, Count num) {
-    return theSIMD ? bxorSIMD(d, a, b, num) : elements<ExclusiveOr>(d, num, a, b);
-}
-void ZEL_Math::bxor(int* d, const int* a, int b, Count num) {
-    return theSIMD ? bxorSIMD(d, a, b, num) : elements<ExclusiveOr>(d, num, a, b);
-}
-void ZEL_Math::bxorSIMD(int* d, const int* a, const int* b, Count num) { lanes<ExclusiveOr>(d, num, a, b); }
-void ZEL_Math::bxorSIMD(int* d, const int* a, int b, Count num) { lanes<ExclusiveOr>(d, num, a, b); }
+void ZEL_Math::bxor(int* d, const int* a, const int* b, Count num) { dispatch<ExclusiveOr>(theSIMD, d, num, a, b); }
+void ZEL_Math::bxor(int* d, const int* a, int b, Count num) { dispatch<ExclusiveOr>(theSIMD, d, num, a, b); }
+void ZEL_Math::bxorSIMD(int* d, const int* a, const int* b, Count num) { laneForm<ExclusiveOr>(d, num, a, b); }
+void ZEL_Math::bxorSIMD(int* d, const int* a, int b, Count num) { laneForm<ExclusiveOr>(d, num, a, b); }

@@ -8,48 +8,32 @@ using namespace zel;
 
 namespace {
 
-template <class Relation>
-struct StoresOne : Relation {
-    template <class Lanes>
-    static __m128i lanes(Lanes a, Lanes b) {
+template <class Relation> struct StoresOne : Relation {
+    template <class Lanes> static __m128i lanes(Lanes a, Lanes b) {
         return _mm_and_si128(Relation::mask(a, b), intLanes(theLaneOne));
     }
 };
 
-template <class Relation>
-struct StoresMask : Relation {
-    template <class Lanes>
-    static __m128i lanes(Lanes a, Lanes b) {
-        return Relation::mask(a, b);
-    }
+template <class Relation> struct StoresMask : Relation {
+    template <class Lanes> static __m128i lanes(Lanes a, Lanes b) { return Relation::mask(a, b); }
 };
 
 }  // namespace
 
 // The ten members of one name; Formula says what its relation stores in a lane group.
-#define ZEL_COMPARISON(name, nameSIMD, Formula)                                                              \
-    void ZEL_Math::name(int* d, const int* a, const int* b, Count num) {                                     \
-        return theSIMD ? nameSIMD(d, a, b, num) : elements<Formula>(d, num, a, b);                           \
-    }                                                                                                        \
-    void ZEL_Math::name(int* d, const int* a, int b, Count num) {                                            \
-        return theSIMD ? nameSIMD(d, a, b, num) : elements<Formula>(d, num, a, b);                           \
-    }                                                                                                        \
-    void ZEL_Math::name(int* d, const float* a, const float* b, Count num) {                                 \
-        return theSIMD ? nameSIMD(d, a, b, num) : elements<Formula>(d, num, a, b);                           \
-    }                                                                                                        \
-    void ZEL_Math::name(int* d, const float* a, float b, Count num) {                                        \
-        return theSIMD ? nameSIMD(d, a, b, num) : elements<Formula>(d, num, a, b);                           \
-    }                                                                                                        \
-    void ZEL_Math::name(int* d, const double* a, const double* b, Count num) {                               \
-        elements<Formula>(d, num, a, b);                                                                     \
-    }                                                                                                        \
-    void ZEL_Math::name(int* d, const double* a, double b, Count num) { elements<Formula>(d, num, a, b); }   \
-    void ZEL_Math::nameSIMD(int* d, const int* a, const int* b, Count num) { lanes<Formula>(d, num, a, b); } \
-    void ZEL_Math::nameSIMD(int* d, const int* a, int b, Count num) { lanes<Formula>(d, num, a, b); }        \
-    void ZEL_Math::nameSIMD(int* d, const float* a, const float* b, Count num) {                             \
-        lanes<Formula>(d, num, a, b);                                                                        \
-    }                                                                                                        \
-    void ZEL_Math::nameSIMD(int* d, const float* a, float b, Count num) { lanes<Formula>(d, num, a, b); }
+#define ZEL_COMPARISON(name, nameSIMD, Formula)                                                                      \
+    void ZEL_Math::name(int* d, const int* a, const int* b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); } \
+    void ZEL_Math::name(int* d, const int* a, int b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); }        \
+    void ZEL_Math::name(int* d, const float* a, const float* b, Count num) {                                         \
+        dispatch<Formula>(theSIMD, d, num, a, b);                                                                    \
+    }                                                                                                                \
+    void ZEL_Math::name(int* d, const float* a, float b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); }    \
+    void ZEL_Math::name(int* d, const double* a, const double* b, Count num) { elements<Formula>(d, num, a, b); }    \
+    void ZEL_Math::name(int* d, const double* a, double b, Count num) { elements<Formula>(d, num, a, b); }           \
+    void ZEL_Math::nameSIMD(int* d, const int* a, const int* b, Count num) { laneForm<Formula>(d, num, a, b); }      \
+    void ZEL_Math::nameSIMD(int* d, const int* a, int b, Count num) { laneForm<Formula>(d, num, a, b); }             \
+    void ZEL_Math::nameSIMD(int* d, const float* a, const float* b, Count num) { laneForm<Formula>(d, num, a, b); }  \
+    void ZEL_Math::nameSIMD(int* d, const float* a, float b, Count num) { laneForm<Formula>(d, num, a, b); }
 
 ZEL_COMPARISON(lt, ltSIMD, StoresOne<Less>)
 ZEL_COMPARISON(le, leSIMD, StoresOne<LessOrEqual>)

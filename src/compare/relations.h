@@ -1,10 +1,10 @@
 // The six relations, once each: `element` gives 0 or 1, `mask` all bits of a lane set or clear.
 //
-// On NaN, lt, le, gt and ge must raise the invalid flag (the signalling kind of compare), eq and ne must not
-// unless the NaN is a signalling one. The lane compares are of the right kind by themselves: cmpltps and
-// cmpleps signal, cmpeqps and cmpneqps don't. An element compare is written as a choice between two numbers,
-// which both compilers turn into the same instructions, scalar or wide: Clang would compile a bare scalar `<`
-// to the quiet compare.
+// On any NaN, lt, le, gt and ge must raise the invalid flag, as a signalling compare does. eq and ne must raise it on a
+// signalling NaN alone, as a quiet compare does. The lane compares are of the right kind: cmpltps and cmpleps signal,
+// cmpeqps and cmpneqps are quiet. An element compare is written as a choice between two numbers, of which both
+// compilers make these instructions, scalar or wide. Of a bare scalar `<` Clang would make a quiet compare. The rows
+// of the comparisons check the flag, so they notice a compiler that does otherwise.
 #pragma once
 
 #include <emmintrin.h>
@@ -14,26 +14,23 @@
 
 namespace zel {
 
-/// The number that an element compare chooses where its relation holds, against 0. In float it is the one
-/// whose bits are the int 1. That is a denormal, and denormals-are-zero can't make it 0: it is only chosen,
-/// never computed with.
-template <class T>
-constexpr T holds{};
-template <>
-inline constexpr float holds<float> = std::bit_cast<float>(1);
-template <>
-inline constexpr double holds<double> = 1.0;
+/// The number that an element compare chooses where its relation holds. Where it doesn't, it chooses 0. In float this
+/// is the number whose bits are the int 1. That is a denormal, but it stays one under denormals-are-zero, because
+/// nothing is computed with it.
+template <class T> constexpr T holds{};
+template <> inline constexpr float holds<float> = std::bit_cast<float>(1);
+template <> inline constexpr double holds<double> = 1.0;
 
-/// 1 for 1.0 and 0 for 0, by bit 52, in which they differ. For Clang, which keeps the choice, and with it the
-/// kind of compare, as long as only bits are asked of it; it would make a quiet compare of `chosen != 0`.
+/// 1 for 1.0 and 0 for 0, by bit 52, in which they differ. For Clang: it keeps the choice, and with it the kind of
+/// compare, where only bits of the number are used. Of `chosen != 0` it would make a quiet compare.
 [[maybe_unused]] inline int oneBit(double chosen) {
     return static_cast<int>(std::bit_cast<std::uint64_t>(chosen) >> 52) & 1;
 }
 
-/// 1 for 1.0 and 0 for 0, by way of 64-bit integers. For GCC, which can't narrow the mask of a double compare
-/// to an int at the baseline, and leaves the loop scalar. It can narrow 64-bit integers that the mask has
-/// chosen, as long as it can't tell in advance what they are: here, any odd one made of a number at hand,
-/// against 0. Neither 1.0 nor 0 is a denormal, so denormals-are-zero doesn't reach the compare.
+/// 1 for 1.0 and 0 for 0, by way of 64-bit integers. For GCC: at the baseline it can't narrow the mask of a double
+/// compare to an int, and would leave the loop scalar, which scripts/vectorised reports. It can narrow 64-bit integers
+/// that the mask has chosen, if it can't know them in advance. Here one of them is an odd integer made of the operand
+/// atHand, the other is 0. Neither 1.0 nor 0 is a denormal, so denormals-are-zero doesn't change the compare.
 [[maybe_unused]] inline int oneByOddInteger(double chosen, double atHand) {
     const std::uint64_t odd = std::bit_cast<std::uint64_t>(atHand) | 1;
     const std::uint64_t oddOrZero = chosen != 0 ? odd : 0;
@@ -54,65 +51,41 @@ inline __m128i complement(__m128i mask) { return _mm_xor_si128(mask, _mm_set1_ep
 
 struct Less {
     static int element(int a, int b) { return a < b; }
-    template <class T>
-    static int element(T a, T b) {
-        return zeroOrOne(a < b ? holds<T> : T{0}, a);
-    }
+    template <class T> static int element(T a, T b) { return zeroOrOne(a < b ? holds<T> : T{0}, a); }
     static __m128i mask(__m128i a, __m128i b) { return _mm_cmpgt_epi32(b, a); }
     static __m128i mask(__m128 a, __m128 b) { return _mm_castps_si128(_mm_cmplt_ps(a, b)); }
 };
 
 struct LessOrEqual {
     static int element(int a, int b) { return a <= b; }
-    template <class T>
-    static int element(T a, T b) {
-        return zeroOrOne(a <= b ? holds<T> : T{0}, a);
-    }
+    template <class T> static int element(T a, T b) { return zeroOrOne(a <= b ? holds<T> : T{0}, a); }
     static __m128i mask(__m128i a, __m128i b) { return complement(_mm_cmpgt_epi32(a, b)); }
     static __m128i mask(__m128 a, __m128 b) { return _mm_castps_si128(_mm_cmple_ps(a, b)); }
 };
 
 struct Greater {
-    template <class T>
-    static int element(T a, T b) {
-        return Less::element(b, a);
-    }
-    template <class Lanes>
-    static __m128i mask(Lanes a, Lanes b) {
-        return Less::mask(b, a);
-    }
+    template <class T> static int element(T a, T b) { return Less::element(b, a); }
+    template <class Lanes> static __m128i mask(Lanes a, Lanes b) { return Less::mask(b, a); }
 };
 
 struct GreaterOrEqual {
-    template <class T>
-    static int element(T a, T b) {
-        return LessOrEqual::element(b, a);
-    }
-    template <class Lanes>
-    static __m128i mask(Lanes a, Lanes b) {
-        return LessOrEqual::mask(b, a);
-    }
+    template <class T> static int element(T a, T b) { return LessOrEqual::element(b, a); }
+    template <class Lanes> static __m128i mask(Lanes a, Lanes b) { return LessOrEqual::mask(b, a); }
 };
 
 struct Equal {
     static int element(int a, int b) { return a == b; }
-    template <class T>
-    static int element(T a, T b) {
-        return zeroOrOne(a == b ? holds<T> : T{0}, a);
-    }
+    template <class T> static int element(T a, T b) { return zeroOrOne(a == b ? holds<T> : T{0}, a); }
     static __m128i mask(__m128i a, __m128i b) { return _mm_cmpeq_epi32(a, b); }
     static __m128i mask(__m128 a, __m128 b) { return _mm_castps_si128(_mm_cmpeq_ps(a, b)); }
 };
 
 struct NotEqual {
     static int element(int a, int b) { return a != b; }
-    template <class T>
-    static int element(T a, T b) {
-        return zeroOrOne(a != b ? holds<T> : T{0}, a);
-    }
+    template <class T> static int element(T a, T b) { return zeroOrOne(a != b ? holds<T> : T{0}, a); }
     static __m128i mask(__m128i a, __m128i b) { return complement(_mm_cmpeq_epi32(a, b)); }
-    // Unordered: a NaN differs from everything. No float mask is ever a complement, which would
-    // turn this round.
+    // A NaN differs from everything. Here and above, no float mask is the complement of another one: a complement would
+    // hold for NaN where the relation doesn't.
     static __m128i mask(__m128 a, __m128 b) { return _mm_castps_si128(_mm_cmpneq_ps(a, b)); }
 };
 

@@ -1,8 +1,10 @@
-// The road of every kernel: element loop, aligned route, fallback route.
+// The routes of every kernel: element loop, aligned route, fallback route.
 // A kernel is a formula: a struct with `element` for one element and `lanes` for a lane group of four.
 #pragma once
 
 #include <cfloat>
+#include <cstdio>
+#include <cstdlib>
 #include <type_traits>
 
 // The build's flags rule these out (cmake/flags.cmake). Where another build's don't, it stops here.
@@ -15,11 +17,18 @@
 #endif
 
 #include "ZEL_Math.h"
+#include "frame/cache_sizes.h"
 #include "frame/operands.h"
 
-namespace zel {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#    define ZEL_SANITIZED
+#elif defined(__has_feature)
+#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#        define ZEL_SANITIZED
+#    endif
+#endif
 
-// GCC unrolls what it has vectorised, which is worth a factor of 1.5 to 2; Clang interleaves by itself, and
+// GCC unrolls what it has vectorised, which is worth a factor of 1.5 to 2. Clang interleaves by itself, and
 // the pragma would keep it from vectorising.
 #if defined(__GNUC__) && !defined(__clang__)
 #    define ZEL_UNROLL_ELEMENTS _Pragma("GCC unroll 4")
@@ -27,12 +36,23 @@ namespace zel {
 #    define ZEL_UNROLL_ELEMENTS
 #endif
 
+namespace zel {
+
+/// Debug and sanitized builds stop where an array of a call isn't usable.
+template <class... X> inline void require([[maybe_unused]] Count num, [[maybe_unused]] X... x) {
+#if defined(ZEL_ASSERTS) || defined(ZEL_SANITIZED)
+    if (num <= 0 || (usable(x) && ...)) return;
+    std::fputs("libZEL: an array of this call is null, or not aligned to its elements.\n", stderr);
+    std::abort();
+#endif
+}
+
 /// The element loop: d[i] = element(x[i]...), each element written before the next one is read.
 /// Not inlined, so that the plain member and the fallback route share one copy.
-template <class Formula, class D, class... X>
-[[gnu::noinline]] void elements(D* d, Count num, X... x) {
+template <class Formula, class D, class... X> [[gnu::noinline]] void elements(D d, Count num, X... x) {
+    require(num, d, x...);
     ZEL_UNROLL_ELEMENTS
-    for (Count i = 0; i < num; ++i) d[i] = static_cast<D>(Formula::element(at(x, i)...));
+    for (Count i = 0; i < num; ++i) put(d, i, Formula::element(at(x, i)...));
 }
 
 /// From i to end: many(i) for each `manySize` elements at once, then one(i) for each `oneSize` of
@@ -43,10 +63,9 @@ inline void upward(Count i, Count end, Many many, One one) {
     for (; i < end; i += oneSize) one(i);
 }
 
-/// one(i) for each `size` elements from i to end, four a turn, since one a turn would be bound by the turns.
-/// Each is done before the next one begins, so that the order under overlap stays.
-template <Count size, class One>
-inline void upwardByFours(Count i, Count end, One one) {
+/// one(i) for each `size` elements from i to end, upward. An iteration does four of them: with one, loop overhead sets
+/// the speed. Each is done before the next one begins, so that the order under overlap stays.
+template <Count size, class One> inline void upwardByFours(Count i, Count end, One one) {
     const auto four = [=](Count k) {
         one(k);
         one(k + size);
@@ -56,23 +75,22 @@ inline void upwardByFours(Count i, Count end, One one) {
     upward<4 * size, size>(i, end, four, one);
 }
 
-/// Where the lane groups of an aligned route lie: from element `lead` to `end`. Before them the lead-in,
+/// Where the lane groups of an aligned route lie: from element `lead` to `end`. Before them lies the lead-in,
 /// behind them the tail.
 struct LaneBounds {
     Count lead, end;
     LaneBounds(int phase, Count num) {
-        num = num > 0 ? num : 0;  // a negative count makes no pointer before an array
+        num = num > 0 ? num : 0;  // else a negative count would give a pointer before its array
         lead = phase < num ? phase : num;
         end = lead + ((num - lead) & ~Count{3});
     }
 };
 
 /// The elements around the lane groups: lead-in upward, then tail downward. element(i) does element i.
-template <class Element>
-inline LaneBounds leadInAndTail(int phase, Count num, Element element) {
+template <class Element> inline LaneBounds leadInAndTail(int phase, Count num, Element element) {
     const LaneBounds bounds(phase, num);
     const auto [lead, end] = bounds;
-    // At most three elements on either side: written out, since a compiler would vectorise even these loops.
+    // There are at most three elements on either side. A compiler would vectorise even so short a loop.
     if (lead > 0) element(0);
     if (lead > 1) element(1);
     if (lead > 2) element(2);
@@ -83,62 +101,68 @@ inline LaneBounds leadInAndTail(int phase, Count num, Element element) {
     return bounds;
 }
 
-/// For a lane loop that needs nothing around it.
-struct NoScope {};
-
-/// The aligned route: lead-in and tail, then the lane groups upward while a Scope lives; laneGroup(i) does
-/// the one at element i. The tail goes before the groups: a group's store may land on the tail's sources.
-template <class Scope = NoScope, class Element, class LaneGroup>
-inline void alignedRoute(int phase, Count num, Element element, LaneGroup laneGroup) {
-    const auto [lead, end] = leadInAndTail(phase, num, element);
-    [[maybe_unused]] Scope scope;
-    upwardByFours<4>(lead, end, laneGroup);
-}
-
-/// One element of a lead-in or tail. A formula whose `element` is roundabout so that a loop of it vectorises
-/// has the same bits the short way in `single`.
-template <class Formula, class... X>
-auto single(X... x) {
+/// One element of a lead-in or tail. A formula may have a `single` with the bits of its `element`: `element` is then
+/// written for a loop that vectorises, `single` for speed on one element.
+template <class Formula, class... X> auto single(X... x) {
     if constexpr (requires { Formula::single(x...); })
         return Formula::single(x...);
     else
         return Formula::element(x...);
 }
 
-// Bytes of all arrays of a call beyond which no cache keeps what is written until it is read again. The
-// largest that one core reaches alone have 96 MiB; where many cores share more, they share it. Tests build
-// with a lower bound.
-#ifndef ZEL_CACHE_BYTES
-#    define ZEL_CACHE_BYTES (Count{128} << 20)
-#endif
+/// For a lane loop that needs nothing around it.
+struct NoScope {};
 
-/// Whether d is better stored past the caches: the arrays are larger than any of them, and d is none of its
-/// sources. An ordinary store would read each line of d from memory before it is overwritten.
-template <class... X>
-bool beyondCaches(const void* d, Count num, X... x) {
-    constexpr Count bytesPerElement = 4 * (1 + (Count{std::is_pointer_v<X>} + ... + 0));
-    return num >= ZEL_CACHE_BYTES / bytesPerElement && (apartFrom(d, x, num * 4) && ...);
+/// The aligned route: lead-in and tail, then the lane groups upward while a Scope lives. The tail goes before the
+/// groups: a group's store may land on the tail's sources.
+template <class Formula, class Scope, bool streaming, class D, class... X>
+inline void alignedRoute(D d, Count num, X... x) {
+    const auto element = [=](Count i) { put(d, i, single<Formula>(at(x, i)...)); };
+    const auto laneGroup = [d, ... x = spread(x)](Count i) {
+        if constexpr (streaming)
+            streamGroup(d, i, Formula::lanes(groupAt(x, i)...));
+        else
+            putGroup(d, i, Formula::lanes(groupAt(x, i)...));
+    };
+    const auto [lead, end] = leadInAndTail(phase(d), num, element);
+    [[maybe_unused]] Scope scope;
+    upwardByFours<4>(lead, end, laneGroup);
+    if constexpr (streaming) _mm_sfence();
 }
 
-/// The aligned route with stores past the caches. Not inlined: the rare case of every SIMD member.
+/// The rare case of every SIMD member, kept out of the way of the others.
 template <class Formula, class Scope, class D, class... X>
-[[gnu::noinline]] void lanesPastCaches(D* d, Count num, X... x) {
-    alignedRoute<Scope>(
-        phase(d), num, [=](Count i) { d[i] = single<Formula>(at(x, i)...); },
-        [d, ... x = spread(x)](Count i) { storePast(d + i, Formula::lanes(load(x, i)...)); });
-    _mm_sfence();
+[[gnu::noinline]] void streamingRoute(D d, Count num, X... x) {
+    alignedRoute<Formula, Scope, true>(d, num, x...);
 }
 
-/// A SIMD member: the aligned route if all arrays have the phase of d, else the fallback route,
-/// an element loop.
-template <class Formula, class Scope = NoScope, class D, class... X>
-inline void lanes(D* d, Count num, X... x) {
+/// Whether d is better written by streaming stores: the arrays are larger than any cache, and d is none of its
+/// sources. An ordinary store would read each cache line of d from memory before it is overwritten. The sanitizers of
+/// GCC don't see a streaming store.
+template <class... X>
+bool streams([[maybe_unused]] const void* d, [[maybe_unused]] Count num, [[maybe_unused]] X... x) {
+#ifdef ZEL_SANITIZED
+    return false;
+#else
+    constexpr Count bytesPerElement = 4 * (1 + (Count{std::is_pointer_v<X>} + ... + 0));
+    return num >= streamedBytes / bytesPerElement && (apartFrom(d, x, num * 4) && ...);
+#endif
+}
+
+/// A SIMD member: the aligned route if all arrays have the phase of d, else the fallback route, an element loop.
+template <class Formula, class Scope = NoScope, class D, class... X> inline void laneForm(D d, Count num, X... x) {
+    require(num, d, x...);
     if (!inPhase(d, x...)) return elements<Formula>(d, num, x...);
-    if (beyondCaches(d, num, x...)) [[unlikely]]
-        return lanesPastCaches<Formula, Scope>(d, num, x...);
-    alignedRoute<Scope>(
-        phase(d), num, [=](Count i) { d[i] = single<Formula>(at(x, i)...); },
-        [d, ... x = spread(x)](Count i) { store(d + i, Formula::lanes(load(x, i)...)); });
+    if constexpr (std::is_pointer_v<D>)
+        if (streams(d, num, x...)) [[unlikely]]
+            return streamingRoute<Formula, Scope>(d, num, x...);
+    alignedRoute<Formula, Scope, false>(d, num, x...);
+}
+
+/// A dispatching member: the lane form or the element loop, as the flag says.
+template <class Formula, class Scope = NoScope, class D, class... X>
+inline void dispatch(bool simd, D d, Count num, X... x) {
+    simd ? laneForm<Formula, Scope>(d, num, x...) : elements<Formula>(d, num, x...);
 }
 
 }  // namespace zel

@@ -11,10 +11,11 @@ double ZEL_Math::dotSIMD(const float* a, const float* b, Count num) {
     if (!inPhase(a, b)) return dotSISD(a, b, num);
     return reduce(
         num, true, [=](Count i, Count n) { return dotSISD(a + i, b + i, n); },
-        [=](Count i) { return _mm_mul_ps(load(a, i), load(b, i)); }, a, b);
+        [=](Count i) { return _mm_mul_ps(groupAt(a, i), groupAt(b, i)); }, a, b);
 }
 
 double ZEL_Math::dotSISD(const float* a, const float* b, Count num) {
+    require(num, a, b);
     double sum = 0;
     for (Count i = 0; i < num; ++i) {
         const float term = a[i] * b[i];

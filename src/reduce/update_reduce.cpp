@@ -6,9 +6,9 @@ using namespace zel;
 
 namespace {
 
-/// Whether no store to d can reach what two blocks side by side read from a source: it is d itself, or
-/// two blocks away.
-bool blocksApart(const float* d, const float* source) {
+/// Whether two blocks may be formed side by side: no store to d reaches what another group of theirs reads from the
+/// source, because it is d itself, or at least two blocks away.
+bool mayPair(const float* d, const float* source) {
     constexpr Count twoBlocks = 2 * blockElements * Count{sizeof(float)};
     return d == source || apart(d, twoBlocks, source, twoBlocks);
 }
@@ -23,16 +23,17 @@ double ZEL_Math::maddAndNormSIMD(float* d, const float* a, float b, Count num) {
     if (!inPhase(d, a)) return maddAndNormSISD(d, a, b, num);
     const __m128 factor = spread(b);
     return reduce(
-        num, blocksApart(d, a), [=](Count i, Count n) { return maddAndNormSISD(d + i, a + i, b, n); },
+        num, mayPair(d, a), [=](Count i, Count n) { return maddAndNormSISD(d + i, a + i, b, n); },
         [=](Count i) {
-            const __m128 u = _mm_add_ps(_mm_mul_ps(factor, load(a, i)), load(d, i));
-            store(d + i, u);
+            const __m128 u = _mm_add_ps(_mm_mul_ps(factor, groupAt(a, i)), groupAt(d, i));
+            putGroup(d, i, u);
             return _mm_mul_ps(u, u);
         },
         d, a);
 }
 
 double ZEL_Math::maddAndNormSISD(float* d, const float* a, double b, Count num) {
+    require(num, d, a);
     double sum = 0;
     for (Count i = 0; i < num; ++i) {
         // The update runs in double and is rounded once, unlike the two roundings of the lanes.
@@ -52,12 +53,11 @@ double ZEL_Math::mulAndDotDASIMD(float* d, const float* a, const float* b, Count
     if (!inPhase(d, a, b)) return mulAndDotDASISD(d, a, b, num);
     const bool inPlace = d == a;
     return reduce(
-        num, blocksApart(d, a) && blocksApart(d, b),
-        [=](Count i, Count n) { return mulAndDotDASISD(d + i, a + i, b + i, n); },
+        num, mayPair(d, a) && mayPair(d, b), [=](Count i, Count n) { return mulAndDotDASISD(d + i, a + i, b + i, n); },
         [=](Count i) {
-            const __m128 factor = load(a, i);
-            const __m128 product = _mm_mul_ps(load(b, i), factor);
-            store(d + i, product);
+            const __m128 factor = groupAt(a, i);
+            const __m128 product = _mm_mul_ps(groupAt(b, i), factor);
+            putGroup(d, i, product);
             // a is meant as it stands after the store, which reaches this group of a only if d is a.
             return _mm_mul_ps(product, inPlace ? product : factor);
         },
@@ -65,6 +65,7 @@ double ZEL_Math::mulAndDotDASIMD(float* d, const float* a, const float* b, Count
 }
 
 double ZEL_Math::mulAndDotDASISD(float* d, const float* a, const float* b, Count num) {
+    require(num, d, a, b);
     double sum = 0;
     for (Count i = 0; i < num; ++i) {
         const float product = b[i] * a[i];

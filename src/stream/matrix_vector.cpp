@@ -5,18 +5,17 @@ using namespace zel;
 
 namespace {
 
-enum class Side { column, row };               // of the matrix, on which the vector is multiplied
+enum class Vector { column, row };             // what the matrix multiplies: m v, or v m
 enum class Fourth { scaled, added, leftOut };  // what is done with the fourth column or row of coefficients
 
-/// One member: the side, the floats from one vector to the next, and the fourth coefficients.
-template <Side side, int stride, Fourth fourth>
-struct Transform {
+/// One member: the kind of vector, the floats from one vector to the next, and the fourth coefficients.
+template <Vector kind, int stride, Fourth fourth> struct Transform {
     static constexpr int results = fourth == Fourth::scaled ? 4 : 3;
     static constexpr int terms = fourth == Fourth::leftOut ? 3 : 4;
 
-    /// of[k][j] scales component k into result j. All four lanes are filled, for the compiler to work
-    /// on; where a member has three results, the fourth repeats the third and is dropped. Only entries
-    /// in use are read.
+    /// of[k][j] scales component k into result j. All four lanes are filled, so that compilers make a lane operation
+    /// of the loop over j. Where a member has three results, the fourth lane repeats the third and is dropped. Only
+    /// entries in use are read.
     struct Coefficients {
         float of[4][4];
 
@@ -24,7 +23,7 @@ struct Transform {
             for (int k = 0; k < terms; ++k)
                 for (int lane = 0; lane < 4; ++lane) {
                     const int j = lane < results ? lane : results - 1;
-                    of[k][lane] = side == Side::column ? m[j][k] : m[k][j];
+                    of[k][lane] = kind == Vector::column ? m[j][k] : m[k][j];
                 }
         }
     };
@@ -42,10 +41,9 @@ struct Transform {
         for (int j = 0; j < results; ++j) v[j] = r[j];
     }
 
-    /// The element path. The matrix counts as it stands when a vector's turn comes, so it is read once only
-    /// where no store to the stream can change it.
-    [[gnu::noinline]] static void elements(float* d, const float (*m)[4], Count num,
-                                           const std::uint32_t* mask) {
+    /// The element path. Each vector is multiplied by the matrix as it then stands: the matrix is read only once where
+    /// no store to the stream can change it, and else for each vector.
+    [[gnu::noinline]] static void elements(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
         if (num < 1) return;
         if (apart(d, num * stride * Count{sizeof(float)}, m, Count{sizeof(float[4][4])})) {
             const Coefficients coefficients(m);
@@ -58,14 +56,14 @@ struct Transform {
 
 /// The lane path, l0 to l3 being what the components scale. The sums pair up, unlike those of
 /// the element path.
-void transformLanes(float* d, Count num, const std::uint32_t* mask, __m128 l0, __m128 l1, __m128 l2,
-                    __m128 l3) {
+void transformLanes(float* d, Count num, const std::uint32_t* mask, __m128 l0, __m128 l1, __m128 l2, __m128 l3) {
     eachVector<4>(d, num, mask, [=](float* vector) {
-        const __m128 v = load(vector, 0);
+        const __m128 v = groupAt(vector, 0);
         const __m128 x = _mm_shuffle_ps(v, v, 0x00), y = _mm_shuffle_ps(v, v, 0x55);
         const __m128 z = _mm_shuffle_ps(v, v, 0xAA), w = _mm_shuffle_ps(v, v, 0xFF);
-        store(vector, _mm_add_ps(_mm_add_ps(_mm_mul_ps(w, l3), _mm_mul_ps(z, l2)),
-                                 _mm_add_ps(_mm_mul_ps(y, l1), _mm_mul_ps(x, l0))));
+        putGroup(vector, 0,
+                 _mm_add_ps(_mm_add_ps(_mm_mul_ps(w, l3), _mm_mul_ps(z, l2)),
+                            _mm_add_ps(_mm_mul_ps(y, l1), _mm_mul_ps(x, l0))));
     });
 }
 
@@ -73,32 +71,31 @@ void transformLanes(float* d, Count num, const std::uint32_t* mask, __m128 l0, _
 
 void ZEL_Math::mulColVec44(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
     if (!theSIMD || phase(d) != 0 || num < 1)
-        return Transform<Side::column, 4, Fourth::scaled>::elements(d, m, num, mask);
+        return Transform<Vector::column, 4, Fourth::scaled>::elements(d, m, num, mask);
     __m128 l0 = _mm_loadu_ps(m[0]), l1 = _mm_loadu_ps(m[1]), l2 = _mm_loadu_ps(m[2]), l3 = _mm_loadu_ps(m[3]);
     _MM_TRANSPOSE4_PS(l0, l1, l2, l3);
     transformLanes(d, num, mask, l0, l1, l2, l3);
 }
 void ZEL_Math::mulColVec44_3(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
-    Transform<Side::column, 4, Fourth::leftOut>::elements(d, m, num, mask);
+    Transform<Vector::column, 4, Fourth::leftOut>::elements(d, m, num, mask);
 }
 void ZEL_Math::mulColVec34(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
-    Transform<Side::column, 3, Fourth::added>::elements(d, m, num, mask);
+    Transform<Vector::column, 3, Fourth::added>::elements(d, m, num, mask);
 }
 void ZEL_Math::mulColVec34_3(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
-    Transform<Side::column, 3, Fourth::leftOut>::elements(d, m, num, mask);
+    Transform<Vector::column, 3, Fourth::leftOut>::elements(d, m, num, mask);
 }
 void ZEL_Math::mulRowVec44(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
     if (!theSIMD || phase(d) != 0 || num < 1)
-        return Transform<Side::row, 4, Fourth::scaled>::elements(d, m, num, mask);
-    transformLanes(d, num, mask, _mm_loadu_ps(m[0]), _mm_loadu_ps(m[1]), _mm_loadu_ps(m[2]),
-                   _mm_loadu_ps(m[3]));
+        return Transform<Vector::row, 4, Fourth::scaled>::elements(d, m, num, mask);
+    transformLanes(d, num, mask, _mm_loadu_ps(m[0]), _mm_loadu_ps(m[1]), _mm_loadu_ps(m[2]), _mm_loadu_ps(m[3]));
 }
 void ZEL_Math::mulRowVec44_3(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
-    Transform<Side::row, 4, Fourth::leftOut>::elements(d, m, num, mask);
+    Transform<Vector::row, 4, Fourth::leftOut>::elements(d, m, num, mask);
 }
 void ZEL_Math::mulRowVec34(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
-    Transform<Side::row, 3, Fourth::added>::elements(d, m, num, mask);
+    Transform<Vector::row, 3, Fourth::added>::elements(d, m, num, mask);
 }
 void ZEL_Math::mulRowVec34_3(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
-    Transform<Side::row, 3, Fourth::leftOut>::elements(d, m, num, mask);
+    Transform<Vector::row, 3, Fourth::leftOut>::elements(d, m, num, mask);
 }
