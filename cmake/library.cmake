@@ -44,6 +44,7 @@ function(zel_library target)
     target_compile_options(${target} PRIVATE -fno-exceptions ${zelWarnings}
         # A short loop that begins at the end of a cache line takes up to a tenth longer. Clang 13 would warn.
         "$<$<NOT:$<AND:$<CXX_COMPILER_ID:Clang>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,14>>>:-falign-loops=32>")
+    target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:ZEL_ASSERTS>)
     target_link_libraries(${target} PRIVATE ZEL-KEP)
     target_link_options(${target} PRIVATE
         "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map"
