@@ -27,8 +27,7 @@ struct Side {
         void* const zel = dlmopen(LM_ID_NEWLM, library, RTLD_NOW);
         Lmid_t space = 0;
         Dl_info own;
-        if (!zel || dlinfo(zel, RTLD_DI_LMID, &space) != 0 ||
-            !dladdr(reinterpret_cast<void*>(libraryKernels), &own))
+        if (!zel || dlinfo(zel, RTLD_DI_LMID, &space) != 0 || !dladdr(reinterpret_cast<void*>(libraryKernels), &own))
             fail();
         void* const calls = dlmopen(space, own.dli_fname, RTLD_NOW);
         if (!calls) fail();

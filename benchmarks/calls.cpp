@@ -16,8 +16,7 @@ using bench::Data;
 // Calls go round the sets, so that none waits for the stores of the one before.
 constexpr int sets = 16, rounds = 50;
 
-template <class Work>
-double ticks(Work work) {
+template <class Work> double ticks(Work work) {
     const auto start = __rdtsc();
     work();
     return static_cast<double>(__rdtsc() - start);

@@ -10,10 +10,7 @@ namespace {
 using bench::Count;
 using bench::Data;
 
-template <class T>
-auto array(T* p, Count n) {
-    return Eigen::Map<Eigen::Array<T, Eigen::Dynamic, 1>>(p, n);
-}
+template <class T> auto array(T* p, Count n) { return Eigen::Map<Eigen::Array<T, Eigen::Dynamic, 1>>(p, n); }
 const bench::Values v = bench::values();
 
 const bench::Kernel kernels[] = {
@@ -32,14 +29,11 @@ const bench::Kernel kernels[] = {
     {"madd", [](const Data& q, Count n) { array(q.d, n) += array(q.a, n) * array(q.b, n); }},
     {"scaleoffset values", [](const Data& q, Count n) { array(q.d, n) = array(q.d, n) * v.third + v.low; }},
     {"lerp",
-     [](const Data& q, Count n) {
-         array(q.d, n) = (array(q.b, n) - array(q.a, n)) * array(q.c, n) + array(q.a, n);
-     }},
+     [](const Data& q, Count n) { array(q.d, n) = (array(q.b, n) - array(q.a, n)) * array(q.c, n) + array(q.a, n); }},
     {"set", [](const Data& q, Count n) { array(q.d, n) = v.third; }},
     {"swap", [](const Data& q, Count n) { array(q.a, n).swap(array(q.b, n)); }},
     {"cast", [](const Data& q, Count n) { array(q.k, n) = array(q.a, n).cast<int>(); }},
-    {"dot", [](const Data& q,
-               Count n) { bench::keep(q, static_cast<double>((array(q.a, n) * array(q.b, n)).sum())); }},
+    {"dot", [](const Data& q, Count n) { bench::keep(q, static_cast<double>((array(q.a, n) * array(q.b, n)).sum())); }},
 };
 
 }  // namespace

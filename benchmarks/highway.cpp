@@ -15,8 +15,7 @@ using bench::Data;
 const hn::ScalableTag<float> floats;
 const bench::Values theValues = bench::values();
 
-template <class Sample>
-void map(Sample* d, const float* a, float scale, Count n) {
+template <class Sample> void map(Sample* d, const float* a, float scale, Count n) {
     const hn::RebindToSigned<decltype(floats)> words;
     const hn::Rebind<Sample, decltype(floats)> samples;
     const auto scales = hn::Set(floats, scale), half = hn::Set(floats, 0.5f), zero = hn::Zero(floats);

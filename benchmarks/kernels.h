@@ -21,8 +21,7 @@ struct Data {
 };
 
 /// visit(array) for each array.
-template <class Visit>
-void each(Data& q, Visit visit) {
+template <class Visit> void each(Data& q, Visit visit) {
     auto& [d, a, b, c, i, j, k, x, y, z, bytes, halves, mask] = q;
     [&](auto&... array) { (visit(array), ...); }(d, a, b, c, i, j, k, x, y, z, bytes, halves, mask);
 }

@@ -36,8 +36,8 @@ const char* agreement(const bench::Kernel& row, void (*peer)(const Data&, Count)
     return written[0] == written[1] ? "same bits" : "other bits";
 }
 
-void measure(benchmark::State& state, const bench::Kernel& row, void (*run)(const Data&, Count), bool flag,
-             bool apart, const char* label) {
+void measure(benchmark::State& state, const bench::Kernel& row, void (*run)(const Data&, Count), bool flag, bool apart,
+             const char* label) {
     const Count n = state.range(0);
     const Data q = bench::makeData(apart);
     // No row makes numbers that are slower than those it found, so they are written once; filling takes
@@ -56,10 +56,10 @@ void measure(benchmark::State& state, const bench::Kernel& row, void (*run)(cons
 
 void enroll(const bench::Kernel& row, const char* who, void (*run)(const Data&, Count), bool flag, bool apart,
             const char* label) {
-    auto* b = benchmark::RegisterBenchmark((std::string(row.name) + "/" + who).c_str(), measure,
-                                           std::cref(row), run, flag, apart, label);
-    for (const Count n : {Count{1}, Count{4}, Count{8}, Count{16}, Count{64}, Count{256}, Count{2048},
-                          Count{1} << 16, Count{1} << 20, Count{1} << 22, bench::largest})
+    auto* b = benchmark::RegisterBenchmark((std::string(row.name) + "/" + who).c_str(), measure, std::cref(row), run,
+                                           flag, apart, label);
+    for (const Count n : {Count{1}, Count{4}, Count{8}, Count{16}, Count{64}, Count{256}, Count{2048}, Count{1} << 16,
+                          Count{1} << 20, Count{1} << 22, bench::largest})
         if ((n >= 4 || std::strcmp(who, "straight") != 0) && (n <= 1 << 20 || !apart)) b->Arg(n);
 }
 
@@ -69,8 +69,8 @@ void enroll(const bench::Kernel& row, const char* who, void (*run)(const Data&, 
 // its own phase.
 Data bench::makeData(bool apart) {
     constexpr std::size_t stride = largest * sizeof(double) + 65536;
-    static auto* const memory = static_cast<char*>(mmap(nullptr, 13 * stride, PROT_READ | PROT_WRITE,
-                                                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    static auto* const memory = static_cast<char*>(
+        mmap(nullptr, 13 * stride, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
     std::size_t k = 0;
     Data q;
     bench::each(q, [&]<class T>(T*& array) {
@@ -87,8 +87,7 @@ int main(int argc, char** argv) {
     if (mode == "--chains") return bench::printChains(), 0;
     if (mode == "--against" && argc > 2) {
         std::vector<Count> counts;
-        for (int k = 4; k < argc; ++k)
-            counts.push_back(std::clamp<Count>(std::atoll(argv[k]), 1, bench::largest));
+        for (int k = 4; k < argc; ++k) counts.push_back(std::clamp<Count>(std::atoll(argv[k]), 1, bench::largest));
         return bench::compareWith(argv[2], argc > 3 ? argv[3] : "", counts);
     }
 
@@ -113,14 +112,12 @@ int main(int argc, char** argv) {
     }
     for (const auto& [who, kernels] : peers)
         for (const bench::Kernel& peer : std::span(kernels.first, kernels.size)) {
-            const auto row =
-                std::ranges::find_if(rows, [&](auto& r) { return !std::strcmp(r.name, peer.name); });
+            const auto row = std::ranges::find_if(rows, [&](auto& r) { return !std::strcmp(r.name, peer.name); });
             if (row == rows.end()) {
                 std::fprintf(stderr, "%s has a '%s', which the library has no row for.\n", who, peer.name);
                 return 1;
             }
-            enroll(*row, who, peer.run, false, false,
-                   agreement(*row, peer.run, std::strcmp(who, "straight") == 0));
+            enroll(*row, who, peer.run, false, false, agreement(*row, peer.run, std::strcmp(who, "straight") == 0));
         }
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

@@ -15,8 +15,7 @@ using bench::Values;
 const Values theValues = bench::values();
 
 /// A loop over the elements; element(arrays, values, i) does the one at i.
-template <class Element>
-bench::Kernel loop(const char* name, Element) {
+template <class Element> bench::Kernel loop(const char* name, Element) {
     return {name, [](const Data& p, Count n) {
                 const Data q = p;
                 const Values v = theValues;

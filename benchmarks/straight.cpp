@@ -30,8 +30,7 @@ double laneSum(__m128 x) {
 }
 
 /// Blocks of 256 lane groups, one after the other.
-template <class Term>
-void blockedSum(const Data& q, Count n, Term term) {
+template <class Term> void blockedSum(const Data& q, Count n, Term term) {
     double total = 0;
     for (Count block = 0; block < n; block += 1024) {
         __m128 sum = _mm_setzero_ps();
@@ -49,10 +48,10 @@ __m128i samples(const float* a, __m128 scale, __m128 half) {
 
 void transform(float* v, const __m128* m) {
     const __m128 x = load(v);
-    const __m128 wz = _mm_add_ps(_mm_mul_ps(_mm_shuffle_ps(x, x, 0xFF), m[3]),
-                                 _mm_mul_ps(_mm_shuffle_ps(x, x, 0xAA), m[2]));
-    const __m128 yx = _mm_add_ps(_mm_mul_ps(_mm_shuffle_ps(x, x, 0x55), m[1]),
-                                 _mm_mul_ps(_mm_shuffle_ps(x, x, 0x00), m[0]));
+    const __m128 wz =
+        _mm_add_ps(_mm_mul_ps(_mm_shuffle_ps(x, x, 0xFF), m[3]), _mm_mul_ps(_mm_shuffle_ps(x, x, 0xAA), m[2]));
+    const __m128 yx =
+        _mm_add_ps(_mm_mul_ps(_mm_shuffle_ps(x, x, 0x55), m[1]), _mm_mul_ps(_mm_shuffle_ps(x, x, 0x00), m[0]));
     store(v, _mm_add_ps(wz, yx));
 }
 
@@ -67,8 +66,7 @@ struct Lanes {
 };
 
 /// A loop over the lane groups; group(arrays, values, i) does the one at element i.
-template <class Group>
-bench::Kernel loop(const char* name, Group) {
+template <class Group> bench::Kernel loop(const char* name, Group) {
     return {name, [](const Data& p, Count n) {
                 const Data q = p;
                 const Lanes v;

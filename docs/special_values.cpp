@@ -37,15 +37,13 @@ std::string show(float x) {
     if (x == x)
         std::snprintf(text, sizeof text, "%+.8g", static_cast<double>(x));
     else
-        std::snprintf(text, sizeof text, "%s%s", bits >> 31 ? "-" : "",
-                      bits & 0x400000 ? "NaN" : "signalling");
+        std::snprintf(text, sizeof text, "%s%s", bits >> 31 ? "-" : "", bits & 0x400000 ? "NaN" : "signalling");
     return text;
 }
 std::string show(int x) { return std::to_string(x); }
 
 /// One row a member: element form by three elements, which are all tail; lane form by four.
-template <class D>
-void row(const char* name, const std::function<void(D*, const float*, std::int64_t)>& call) {
+template <class D> void row(const char* name, const std::function<void(D*, const float*, std::int64_t)>& call) {
     std::printf("| `%s` |", name);
     for (const Input& input : inputs) {
         alignas(16) float a[4] = {input.x, input.x, input.x, input.x};
@@ -99,12 +97,10 @@ int main() {
     table("Choices");
     row<float>("zelmin(a, 0)", [](float* d, const float* a, N n) { Z::zelminSIMD(d, a, 0.0f, n); });
     row<float>("zelmax(a, 0)", [](float* d, const float* a, N n) { Z::zelmaxSIMD(d, a, 0.0f, n); });
-    row<float>("zelmax(a, NaN)",
-               [](float* d, const float* a, N n) { Z::zelmaxSIMD(d, a, L::quiet_NaN(), n); });
+    row<float>("zelmax(a, NaN)", [](float* d, const float* a, N n) { Z::zelmaxSIMD(d, a, L::quiet_NaN(), n); });
     row<float>("clamp(a, 0, 1)", [](float* d, const float* a, N n) { Z::clampSIMD(d, a, 0, 1, n); });
     row<float>("clamp(a, 1, 0)", [](float* d, const float* a, N n) { Z::clampSIMD(d, a, 1, 0, n); });
-    row<float>("wpoint(a, 1, 1, -0.5)",
-               [](float* d, const float* a, N n) { Z::wpointSIMD(d, a, 1, 1, -0.5f, n); });
+    row<float>("wpoint(a, 1, 1, -0.5)", [](float* d, const float* a, N n) { Z::wpointSIMD(d, a, 1, 1, -0.5f, n); });
     table("Relations to 0");
     row<int>("lt", [](int* d, const float* a, N n) { Z::ltSIMD(d, a, 0.0f, n); });
     row<int>("le", [](int* d, const float* a, N n) { Z::leSIMD(d, a, 0.0f, n); });

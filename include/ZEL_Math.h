@@ -553,24 +553,18 @@ public:
     /// Neither refuses a scale or a limit. d may be a where both are `float`.
     /// @{
     static void wpoint(float* d, const float* a, float scale, float limit, float black, std::int64_t num);
-    static void wpoint(std::uint16_t* d, const float* a, float scale, float limit, float black,
-                       std::int64_t num);
-    static void wpoint(std::uint8_t* d, const float* a, float scale, float limit, float black,
-                       std::int64_t num);
+    static void wpoint(std::uint16_t* d, const float* a, float scale, float limit, float black, std::int64_t num);
+    static void wpoint(std::uint8_t* d, const float* a, float scale, float limit, float black, std::int64_t num);
     static void wpointSIMD(float* d, const float* a, float scale, float limit, float black, std::int64_t num);
-    static void wpointSIMD(std::uint16_t* d, const float* a, float scale, float limit, float black,
-                           std::int64_t num);
-    static void wpointSIMD(std::uint8_t* d, const float* a, float scale, float limit, float black,
-                           std::int64_t num);
+    static void wpointSIMD(std::uint16_t* d, const float* a, float scale, float limit, float black, std::int64_t num);
+    static void wpointSIMD(std::uint8_t* d, const float* a, float scale, float limit, float black, std::int64_t num);
 
     static void iwpoint(float* d, const float* a, float scale, float black, std::int64_t num);
     static void iwpoint(float* d, const std::uint16_t* a, float scale, std::uint16_t black, std::int64_t num);
     static void iwpoint(float* d, const std::uint8_t* a, float scale, std::uint8_t black, std::int64_t num);
     static void iwpointSIMD(float* d, const float* a, float scale, float black, std::int64_t num);
-    static void iwpointSIMD(float* d, const std::uint16_t* a, float scale, std::uint16_t black,
-                            std::int64_t num);
-    static void iwpointSIMD(float* d, const std::uint8_t* a, float scale, std::uint8_t black,
-                            std::int64_t num);
+    static void iwpointSIMD(float* d, const std::uint16_t* a, float scale, std::uint16_t black, std::int64_t num);
+    static void iwpointSIMD(float* d, const std::uint8_t* a, float scale, std::uint8_t black, std::int64_t num);
     /// @}
 
     /// @name Dot product

@@ -104,8 +104,7 @@ const Register interpolation([] {
     add(modelRow(byArray, Kind::dispatching, [=](const Case& c) {
         if (!c.flag) return pass<Array<float>>(c, {}, lerp);
         pass<Array<float>>(c, {0, 1, 2}, [](float, float a, float b, float) { return b - a; });
-        return pass<Array<float>>(c, {0, 1, 3},
-                                  [](float d, float a, float, float c) { return sum(product(d, c), a); });
+        return pass<Array<float>>(c, {0, 1, 3}, [](float d, float a, float, float c) { return sum(product(d, c), a); });
     }));
     const Member<float, Array<float>, Array<float>, float> byValue = Z::lerp;
     add(modelRow(byValue, Kind::dispatching, [=](const Case& c) {

@@ -53,8 +53,7 @@ const Register floatToInt([] {
 });
 
 /// A member that takes its count before its mask.
-template <class D, class A>
-void maskedRow(void (*member)(D*, A, Count, const Mask*), Kind kind = Kind::dispatching) {
+template <class D, class A> void maskedRow(void (*member)(D*, A, Count, const Mask*), Kind kind = Kind::dispatching) {
     add(formulaRow<D, A, const Mask*>(member, kind, [](D d, D a, Mask mask) { return mask ? d : a; }));
 }
 
@@ -73,8 +72,7 @@ const Register setAndSwap([] {
     only<double, double*>(Z::swap, swap);
 });
 
-template <class Sample>
-void whitePointRows() {
+template <class Sample> void whitePointRows() {
     constexpr bool wide = std::is_same_v<Sample, float>;
     const auto shown = [](float a, float scale, float black) { return sum(product(scale, a), black + 0.5f); };
     const auto stored = [](float x) {
@@ -99,9 +97,7 @@ void whitePointRows() {
             c.give(4, roll < 4 ? static_cast<float>(below(16)) : -0.5f);
         };
 
-    const auto tabled = [](float scale, Sample black) {
-        return sizeof(Sample) == 1 && black == 0 && scale == 255.0f;
-    };
+    const auto tabled = [](float scale, Sample black) { return sizeof(Sample) == 1 && black == 0 && scale == 255.0f; };
     const auto back = [](float, Sample a, float scale, Sample black) {
         if constexpr (wide) return product(a - black, 1.0f / scale);
         if constexpr (!wide) return static_cast<float>(int{a} - int{black}) * (1.0f / scale);

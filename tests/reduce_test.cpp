@@ -7,8 +7,7 @@ namespace test {
 float rounded(double x) { return bits(x) == bits(anyNaN<double>) ? anyNaN<float> : static_cast<float>(x); }
 
 /// A blocked sum: term(c, i, lane) works on element i, in a lane or not, and gives the float to add.
-template <class Term>
-void reduction(auto* member, Kind kind, Term term) {
+template <class Term> void reduction(auto* member, Kind kind, Term term) {
     Row& row = add(modelRow(member, kind, [=](const Case& c) {
         const auto [lead, end] = Groups(c.lanePhase(), c.count);
         const auto elements = [&](Count from, Count to) {

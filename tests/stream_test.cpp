@@ -9,8 +9,7 @@ enum class Fourth { scaled, added, none };
 bool onLanes(const Case& c, Count least) { return c.flag && c.phase(0) == 0 && c.count >= least; }
 bool taken(const Case& c, Count i) { return !c.places[2] || c.item<Mask>(2, i) == 0; }
 
-void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), bool column, int stride,
-               Fourth fourth) {
+void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), bool column, int stride, Fourth fourth) {
     Row& row = add(modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
         const int results = fourth == Fourth::scaled ? 4 : 3, terms = fourth == Fourth::none ? 3 : 4;
         const bool lanes = fourth == Fourth::scaled && onLanes(c, 1);
@@ -38,8 +37,7 @@ void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), b
     row.operands[2].nullable = true;
 }
 
-void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*),
-                 void (*formula)(float& v, float b)) {
+void fourLaneRow(void (*member)(float*, const float*, Count, const Mask*), void (*formula)(float& v, float b)) {
     Row& row = add(modelRow(member, Kind::loop, [=](const Case& c) -> std::uint64_t {
         float first[4];
         const bool lanes = onLanes(c, 4);

@@ -16,8 +16,7 @@ using Z = ZEL_Math;
 
 using Setting = std::pair<const char*, bool>;
 // Words for the processor, null for its own, and whether they mean lanes.
-constexpr Setting theWords[] = {{nullptr, true}, {"8", true},  {"264", true},
-                                {"0", false},    {"7", false}, {"16", false}};
+constexpr Setting theWords[] = {{nullptr, true}, {"8", true}, {"264", true}, {"0", false}, {"7", false}, {"16", false}};
 // Values of the variable, null for none, and whether they ask for the message.
 constexpr Setting theVerbose[] = {{nullptr, false}, {"0", false}, {"0x1", false},
                                   {"", true},       {"1", true},  {" 0", true}};

@@ -115,8 +115,7 @@ std::vector<std::span<std::uint32_t>> surroundings(const Case& c) {
         const Count margin = c.row.operands[k].array ? 64 : 0;
         std::byte* const first = pane((c.places[k] - thePanes) / paneStride);
         const Count from = std::max<Count>(c.places[k] - first - margin, 0) & ~Count{7};
-        const Count to =
-            std::min(c.places[k] - first + std::ssize(c.bytes(k)) + margin + 7, paneBytes) & ~Count{7};
+        const Count to = std::min(c.places[k] - first + std::ssize(c.bytes(k)) + margin + 7, paneBytes) & ~Count{7};
         all.emplace_back(reinterpret_cast<std::uint32_t*>(first + from), (to - from) / 4);
     }
     return all;
@@ -145,8 +144,7 @@ void fill(Case& c) {
             // Some zeros, and some equal numbers in two operands.
             if (choice == 0 || (o.masks && choice < 4)) std::memset(element, 0, o.size);
             const std::size_t same = o.fixed == 1 && c.count > 0 ? below(c.count) * o.size : at;
-            if (choice == 1 && same + o.size <= before.size())
-                std::memmove(element, before.data() + same, o.size);
+            if (choice == 1 && same + o.size <= before.size()) std::memmove(element, before.data() + same, o.size);
         }
     }
     c.row.adjust(c);
@@ -200,8 +198,7 @@ std::uint64_t check(const Case& c) {
 
 std::vector<std::byte> contents(const Case& c) {
     std::vector<std::byte> all;
-    for (std::size_t k = 0; k < c.places.size(); ++k)
-        all.insert(all.end(), c.bytes(k).begin(), c.bytes(k).end());
+    for (std::size_t k = 0; k < c.places.size(); ++k) all.insert(all.end(), c.bytes(k).begin(), c.bytes(k).end());
     return all;
 }
 
@@ -279,8 +276,7 @@ private:
         const bool sameFlag = below(2), samePhases = below(4) == 0;
         other.flag = c.flag == sameFlag;
         place(other, samePhases ? slots : below(256));
-        for (const std::size_t k : arrays)
-            other.places[k] = c.places[k] ? other.places[k] + 16 * below(4) : nullptr;
+        for (const std::size_t k : arrays) other.places[k] = c.places[k] ? other.places[k] + 16 * below(4) : nullptr;
         fill(other);
         for (std::size_t k = 0, at = 0; k < other.places.size(); at += other.bytes(k++).size())
             std::copy_n(numbers.data() + at, other.bytes(k).size(), other.places[k]);

@@ -25,10 +25,8 @@ using Mask = std::uint32_t;
 
 // ---- Which NaN comes out where two meet isn't fixed: a model then gives bits that any quiet NaN matches.
 
-template <class T>
-constexpr T anyNaN = std::bit_cast<T>(0x7FE5EED5);
-template <>
-inline constexpr double anyNaN<double> = std::bit_cast<double>(0x7FFE5EED5EED7E57);
+template <class T> constexpr T anyNaN = std::bit_cast<T>(0x7FE5EED5);
+template <> inline constexpr double anyNaN<double> = std::bit_cast<double>(0x7FFE5EED5EED7E57);
 
 auto sum(auto a, decltype(a) b) { return std::isnan(a) && std::isnan(b) ? anyNaN<decltype(a)> : a + b; }
 auto product(auto a, decltype(a) b) { return std::isnan(a) && std::isnan(b) ? anyNaN<decltype(a)> : a * b; }
@@ -104,8 +102,7 @@ struct Case {
     std::vector<std::byte*> places = {};  // of the operands; null for an array that isn't there
 
     /// The model's copy of element i of an array, or of a value.
-    template <class T>
-    T& item(std::size_t operand, Count i = 0) const {
+    template <class T> T& item(std::size_t operand, Count i = 0) const {
         return reinterpret_cast<T*>(places[operand] + modelDistance)[i];
     }
     void give(std::size_t value, auto x) const { reinterpret_cast<decltype(x)&>(*places[value]) = x; }
@@ -117,9 +114,7 @@ struct Case {
     /// Whether the call goes to lanes, if phases allow it.
     bool usesLanes() const { return row.kind == Kind::simd || (row.kind == Kind::dispatching && flag); }
     /// Elements of 4 bytes to the next 16-byte boundary.
-    Count phase(std::size_t operand) const {
-        return -reinterpret_cast<std::uintptr_t>(places[operand]) >> 2 & 3;
-    }
+    Count phase(std::size_t operand) const { return -reinterpret_cast<std::uintptr_t>(places[operand]) >> 2 & 3; }
     /// The one phase of these arrays; -1 where they differ, and where the call doesn't go to lanes.
     Count phaseOf(const std::vector<std::size_t>& arrays) const;
     /// That of the arrays of 4-byte elements, which decides on the route.
@@ -146,19 +141,16 @@ std::uint64_t bits(auto x) {
     return all;
 }
 
-template <class A>
-using Item = std::remove_cv_t<std::remove_pointer_t<A>>;
+template <class A> using Item = std::remove_cv_t<std::remove_pointer_t<A>>;
 
-template <class A>
-void describe(std::vector<Operand>& operands) {
+template <class A> void describe(std::vector<Operand>& operands) {
     constexpr bool array = std::is_pointer_v<A>, masks = std::is_same_v<Item<A>, Mask>;
     if (std::is_same_v<A, Count>) return;
     operands.push_back({.array = array, .masks = masks, .size = sizeof(Item<A>), .fixed = !array});
 }
 
 /// The next argument of a call: the count, or an operand.
-template <class A>
-A argument(const Case& c, std::size_t& operand) {
+template <class A> A argument(const Case& c, std::size_t& operand) {
     if constexpr (std::is_same_v<A, Count>) return c.count;
     if constexpr (std::is_pointer_v<A>) return reinterpret_cast<A>(c.places[operand++]);
     if constexpr (!std::is_pointer_v<A> && !std::is_same_v<A, Count>) return c.item<A>(operand++);
@@ -179,25 +171,19 @@ Row modelRow(R (*member)(A...), Kind kind, std::function<std::uint64_t(const Cas
 }
 
 /// What a formula is given of the next operand: element i of an array, or the value.
-template <class X>
-Item<X> given(const Case& c, std::size_t& operand, Count i) {
+template <class X> Item<X> given(const Case& c, std::size_t& operand, Count i) {
     return c.item<Item<X>>(operand++, std::is_pointer_v<X> ? i : 0);
 }
 
 /// Stores what a formula gives: element i of the first array, or of the first two.
-template <class D>
-void store(const Case& c, Count i, D result) {
-    c.item<D>(0, i) = result;
-}
-template <class D, class First, class Second>
-void store(const Case& c, Count i, std::pair<First, Second> results) {
+template <class D> void store(const Case& c, Count i, D result) { c.item<D>(0, i) = result; }
+template <class D, class First, class Second> void store(const Case& c, Count i, std::pair<First, Second> results) {
     c.item<First>(0, i) = results.first;
     c.item<Second>(1, i) = results.second;
 }
 
 /// One step by a formula, a function from what all operands hold, d first, to what d gets. X are their types.
-template <class D, class... X, class Formula>
-void work(const Formula& formula, const Case& c, const Step& step) {
+template <class D, class... X, class Formula> void work(const Formula& formula, const Case& c, const Step& step) {
     const auto result = [&](Count i) {
         std::size_t k = 0;
         return std::apply(formula, std::tuple<D, Item<X>...>{given<D*>(c, k, i), given<X>(c, k, i)...});
@@ -218,13 +204,10 @@ Row formulaRow(Signature* member, Kind kind, Formulas... formulas) {
     });
 }
 
-template <class T>
-using Array = const T*;
-template <class T>
-using Value = T;
+template <class T> using Array = const T*;
+template <class T> using Value = T;
 /// Chooses among overloads by result and operands.
-template <class D, class... X>
-using Member = std::type_identity_t<void (*)(D*, X..., Count)>;
+template <class D, class... X> using Member = std::type_identity_t<void (*)(D*, X..., Count)>;
 
 /// A member without sibling, by one formula; most are an element loop whatever the flag.
 template <class D, class... X, class Formula>
