@@ -18,8 +18,8 @@ guest() {
     project "$tree/tests/guest" "$temp/build" -DZEL_WIDE_COPIES=OFF -DCMAKE_INSTALL_PREFIX="$temp/prefix"
     [[ $("$temp/build/program") == 750 ]] || fail "The parent's program doesn't run."
     local output
-    output=$(LD_LIBRARY_PATH=$temp/build/zel/lib "$build/bin/zel-test" --gtest_brief=1) || fail "$output"
-    [[ $output == *"library $temp/build/zel/lib/"*"digest $(<"$tree/tests/digest.txt"),"* ]] || fail "Other bits: $output"
+    output=$(LD_LIBRARY_PATH=$temp/build/zel/lib ZEL_TEST_LIBRARY=$temp "$build/bin/zel-test" --gtest_brief=1) ||
+        fail "$output"
     "$build/bin/process-reload" "$temp/build/zel/lib/libZEL.so.1" || [[ $? == 1 ]] || fail "Loading it changes MXCSR."
     quietly cmake --install "$temp/build"
     [[ $(find "$temp/prefix" -type f) == "$temp/prefix/bin/program" ]] || fail "The parent installs the library."

@@ -112,7 +112,7 @@ template <class Sample> void whitePointRows() {
     for (Row& row : both<float, Array<Sample>, float, Sample>(Z::iwpoint, Z::iwpointSIMD, back, backLane)) {
         row.adjust = [](Case& c) {
             const auto roll = below(4);
-            if (roll < 2) c.give(2, 255.0f);
+            if (roll < 2) c.give(2, below(4) ? 255.0f : std::nextafter(255.0f, below(2) ? 0.0f : 256.0f));
             if (roll < 1) c.give(3, Sample{0});
         };
         // No phases: the tail, then one element after the other, wherever the arrays lie.

@@ -31,6 +31,7 @@ void matrixRow(void (*member)(float*, const float (*)[4], Count, const Mask*), b
         return 0;
     }));
     row.operands[0].perCount = stride;
+    row.operands[0].spare = stride - (fourth == Fourth::scaled ? 4 : 3);  // the last w of a _3 member
     row.operands[1].size = 4;
     // Floats of m up to the last one that the member names.
     row.operands[1].fixed = fourth == Fourth::scaled ? 16 : fourth == Fourth::none ? 11 : column ? 12 : 15;

@@ -12,7 +12,8 @@ int main(int, char** arguments) {
         const auto* flag = static_cast<bool*>(dlsym(library, "_ZN8ZEL_Math7theSIMDE"));
         const auto isSIMD = reinterpret_cast<bool (*)()>(dlsym(library, "_ZN8ZEL_Math6isSIMDEv"));
         const auto forceSIMD = reinterpret_cast<void (*)(bool)>(dlsym(library, "_ZN8ZEL_Math9forceSIMDEb"));
-        const bool loaded = isSIMD();
+        const bool loaded = *flag;  // before any member had a chance to set it
+        if (isSIMD() != loaded) return 6;
         timesSet += loaded;
         forceSIMD(!loaded);  // the next load has to put it right again
         if (*flag == loaded || isSIMD() == loaded) return 3;

@@ -4,6 +4,7 @@
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <map>
 #include <numeric>
 #include <random>
 #include <stdexcept>
@@ -62,50 +64,77 @@ std::uint32_t special() {
 
 // ---- The report of a failure or a crash
 
-const Case* theCase;  // at work
+const Case* theCase;                            // at work
+std::vector<std::vector<std::byte>> theInputs;  // what its operands held before the call
+std::vector<std::vector<std::byte>> inputs(const Case& c) {
+    std::vector<std::vector<std::byte>> all;
+    for (std::size_t k = 0; k < c.places.size(); ++k) all.emplace_back(c.bytes(k).begin(), c.bytes(k).end());
+    return all;
+}
 
 std::string format(const char* pattern, auto... a) {
     char line[200];
     return {line, line + std::snprintf(line, sizeof line, pattern, a...)};
 }
+std::string hex(const std::byte* element, int size) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, element, size);
+    return format("%0*lx", 2 * size, word);
+}
 
-/// What went wrong in which case, and which elements lie at an address of the library's side.
+/// By the row's order, what does element i; nothing where the row has no such order.
+std::string part(const Case& c, Count i) {
+    if (c.row.kind == Kind::loop) return "";
+    bool lanes = false;
+    for (const Step& step : c.row.order(c)) {
+        lanes |= step.form == Form::lane;
+        if (step.form == Form::lane && i >= step.first && i < step.first + step.elements) return ", lane group";
+    }
+    return !lanes ? ", element loop" : i < 4 && i < c.count / 2 ? ", lead-in" : ", tail";
+}
+
+/// What went wrong in which case, and what lies at an address of the library's side.
 std::runtime_error report(const Case& c, const std::string& fault, const void* address = nullptr) {
     std::string text = fault + " in " + c.row.name;
     text += format("\n  flag %d, count %ld, MXCSR %04x", c.flag, c.count, c.control);
-    const Count phase = c.lanePhase();
-    const Groups groups(phase, c.count);
-    const char* const parts[] = {phase < 0 ? "element loop" : "lead-in", "lane group", "tail"};
+    Count item = -1;  // the element or vector at the address
     for (std::size_t k = 0; k < c.places.size(); ++k) {
-        const auto bytes = c.bytes(k);
-        const void* const end = bytes.data() + bytes.size();
-        text += format("\n  operand %zu: ", k);
-        std::uint64_t value = 0;
-        std::memcpy(&value, bytes.data(), std::min(bytes.size(), sizeof value));
-        text += c.row.operands[k].array ? format("phase %ld, %p to %p", c.phase(k), bytes.data(), end)
-                                        : format("%0*lx", 2 * c.row.operands[k].size, value);
-        const Count i = (static_cast<const std::byte*>(address) - bytes.data()) / c.row.operands[k].size;
-        const char* const part = parts[(i >= groups.lead) + (i >= groups.end)];
-        if (address >= bytes.data() && address < end) text += format(", there element %ld, %s", i, part);
+        const Operand& o = c.row.operands[k];
+        const Count i = (static_cast<const std::byte*>(address) - c.places[k]) / o.size;
+        if (o.array && !o.fixed && address >= c.places[k] && i < c.count * o.perCount) item = i / o.perCount;
     }
-    return std::runtime_error(text + "\n");
+    for (std::size_t k = 0; k < c.places.size(); ++k) {
+        const Operand& o = c.row.operands[k];
+        const std::byte* const first = c.places[k];
+        text += format("\n  operand %zu: ", k);
+        if (!o.array) text += hex(theInputs[k].data(), o.size);
+        if (o.array) text += format("phase %ld, %p to %p", c.phase(k), first, first + c.bytes(k).size());
+        if (!o.array || o.fixed || item < 0 || !first) continue;
+        text += format(o.perCount > 1 ? ", vector %ld was" : ", element %ld was", item);
+        for (int j = 0; j < o.perCount && (item * o.perCount + j + 1) * o.size <= std::ssize(theInputs[k]); ++j)
+            text += ' ' + hex(theInputs[k].data() + (item * o.perCount + j) * o.size, o.size);
+    }
+    return std::runtime_error(text + (item < 0 ? "" : part(c, item)) + "\n");
 }
 
+sigjmp_buf theEscape;  // from a crash, back into the check of its case
+volatile int theSignal;
+void* volatile theAddress;  // null where the processor gives none, as for one that isn't aligned
 [[noreturn, maybe_unused]] void crashed(int signal, siginfo_t* info, void*) {
-    const std::string fault = format("signal %d at %p", signal, info->si_addr);
-    std::fputs(theCase ? report(*theCase, fault, info->si_addr).what() : fault.c_str(), stderr);
+    theSignal = signal;
+    theAddress = info->si_code == SI_KERNEL ? nullptr : info->si_addr;
+    if (theCase) siglongjmp(theEscape, 1);
     _exit(3);
 }
 
 // ---- One call
 
 Count theCalls = 0;
-std::uint64_t theDigests[] = {14695981039346656037u, 14695981039346656037u};  // the second of estimates
+constexpr std::uint64_t emptyDigest = 14695981039346656037u;
+std::uint64_t theDigest;                             // of the row at work
+std::map<std::string, std::uint64_t> theRowDigests;  // of those that are through
 
-void digest(const Row& row, std::uint64_t word) {
-    std::uint64_t& sum = theDigests[row.bits == Bits::processor];
-    sum = (sum ^ word) * 1099511628211u;
-}
+std::uint64_t digest(std::uint64_t sum, std::uint64_t word) { return (sum ^ word) * 1099511628211u; }
 
 /// What is filled and compared: each operand that is there, with what lies around it as far as its pane goes.
 std::vector<std::span<std::uint32_t>> surroundings(const Case& c) {
@@ -160,13 +189,14 @@ void compare(const Case& c, std::span<std::uint32_t> memory) {
                           (want == any64[1] && (got & 0x7FF80000) == 0x7FF80000);
         if (got != want && !open) throw report(c, format("wanted %08x, got %08x", want, got), &got);
         got = want;
-        digest(c.row, want);
+        theDigest = digest(theDigest, want);
     }
 }
 
 /// Calls member and model on what fill has left, gives the result's bits, throws the report of a difference.
 std::uint64_t check(const Case& c) {
     theCase = &c;
+    theInputs = inputs(c);
     const auto filled = surroundings(c);
     for (const auto memory : filled) std::ranges::copy(memory, memory.data() + modelDistance / 4);
     // Under the address sanitizer, what isn't an operand can't even be read, or written back as it was.
@@ -175,6 +205,13 @@ std::uint64_t check(const Case& c) {
 
     ZEL_Math::forceSIMD(c.flag);
     _mm_setcsr(c.control);
+    if (sigsetjmp(theEscape, 0)) {
+        theCase = nullptr;
+        _mm_setcsr(0x1F80);
+        for (const auto memory : filled) mark(__asan_unpoison_memory_region, std::as_bytes(memory));
+        if (theAddress) throw report(c, format("signal %d at %p", theSignal, theAddress), theAddress);
+        throw report(c, format("signal %d at an address that isn't aligned, or none at all", theSignal));
+    }
     const std::uint64_t got = c.row.call(c);
     const unsigned after = _mm_getcsr();
     for (const auto memory : filled) mark(__asan_unpoison_memory_region, std::as_bytes(memory));
@@ -186,20 +223,23 @@ std::uint64_t check(const Case& c) {
 
     if ((after ^ c.control) & ~_MM_EXCEPT_MASK) throw report(c, format("MXCSR afterwards %04x", after));
     if (theRaised & ~after || after & ~theRaised & c.row.exceptions)
-        throw report(c, format("exceptions afterwards %02x", after & _MM_EXCEPT_MASK));
+        throw report(c, format("exceptions afterwards %02x, of the wanted %02x and no others of %02x",
+                               after & _MM_EXCEPT_MASK, theRaised, c.row.exceptions));
     // Of a sum that is a NaN, it's open which one.
     const bool nan = std::isnan(std::bit_cast<double>(want)) && std::isnan(std::bit_cast<double>(got));
     if (got != want && !nan) throw report(c, format("result: wanted %016lx, got %016lx", want, got));
-    digest(c.row, nan ? 0 : want);
+    theDigest = digest(theDigest, nan ? 0 : want);
     for (const auto memory : filled) compare(c, memory);
     theCase = nullptr;
     return nan ? 0 : want;
 }
 
-std::vector<std::byte> contents(const Case& c) {
-    std::vector<std::byte> all;
-    for (std::size_t k = 0; k < c.places.size(); ++k) all.insert(all.end(), c.bytes(k).begin(), c.bytes(k).end());
-    return all;
+/// What a list beside the tests has for a member: the word before its name.
+std::string listed(const std::string& file, const std::string& member) {
+    std::ifstream list(ZEL_TEST_LISTS + file);
+    for (std::string word, symbol; list >> word && std::getline(list >> std::ws, symbol);)
+        if (symbol == member) return word;
+    return "nothing";
 }
 
 // ---- All calls of a row
@@ -218,6 +258,7 @@ public:
         const std::string words = theSeed + c.row.name;
         std::seed_seq seed(words.begin(), words.end());
         theRandom.seed(seed);
+        theDigest = emptyDigest;
         const std::uint32_t trials = 50u << 2 * std::max<std::size_t>(arrays.size(), 2);
         for (std::uint32_t trial = 0; trial < trials; ++trial) attempt(trial, trial >= trials / 2);
         for (c.count = -16; c.count < 0; ++c.count) {  // nothing is done
@@ -231,6 +272,10 @@ public:
                 throw std::runtime_error("something was written far away from its operands");
         if (travelled != std::min(c.row.bits, Bits::phases))
             throw std::runtime_error("the bits travel farther than the list of exports says");
+        theRowDigests[c.row.name] = theDigest;
+        const std::string was = listed("digests.txt", c.row.name);
+        if (theSeed == "1" && c.row.bits != Bits::processor && was != format("%016lx", theDigest))
+            throw std::runtime_error("its digest is " + format("%016lx", theDigest) + ", in tests/digests.txt " + was);
     }
 
     void attempt(std::uint32_t trial, bool flag) {
@@ -269,18 +314,17 @@ private:
     void travel(std::uint32_t slots) {
         place(c, slots);
         draw();
-        const std::vector<std::byte> numbers = contents(c);
+        const auto numbers = inputs(c);
         const std::uint64_t result = check(c);
-        const std::vector<std::byte> results = contents(c);
+        const auto results = inputs(c);
         Case other = c;
         const bool sameFlag = below(2), samePhases = below(4) == 0;
         other.flag = c.flag == sameFlag;
         place(other, samePhases ? slots : below(256));
         for (const std::size_t k : arrays) other.places[k] = c.places[k] ? other.places[k] + 16 * below(4) : nullptr;
         fill(other);
-        for (std::size_t k = 0, at = 0; k < other.places.size(); at += other.bytes(k++).size())
-            std::copy_n(numbers.data() + at, other.bytes(k).size(), other.places[k]);
-        const bool same = check(other) == result && contents(other) == results;
+        for (std::size_t k = 0; k < other.places.size(); ++k) std::ranges::copy(numbers[k], other.places[k]);
+        const bool same = check(other) == result && inputs(other) == results;
         if (same || c.control & c.row.modesApart) return;
         travelled = std::max(travelled, sameFlag ? Bits::phases : Bits::flag);
         if (c.row.bits == Bits::everywhere || (sameFlag && (samePhases || c.row.bits == Bits::flag)))
@@ -333,15 +377,6 @@ void tryAllInputs(Kind kind) {
 TEST(Exhaustive, InputsOfElements) { tryAllInputs(Kind::dispatching); }
 TEST(Exhaustive, InputsOfLaneGroups) { tryAllInputs(Kind::simd); }
 
-/// How far results travel, as the list of exports has it.
-Bits listed(const std::string& member) {
-    const std::vector<std::string> words = {"everywhere", "flag", "phases", "processor"};
-    std::ifstream list(ZEL_TEST_EXPORTS);
-    for (std::string bits, symbol; list >> bits && std::getline(list >> std::ws, symbol);)
-        if (symbol == member) return static_cast<Bits>(std::ranges::find(words, bits) - words.begin());
-    throw std::runtime_error("not in the list of exports: " + member);
-}
-
 }  // namespace
 
 std::uint32_t below(std::uint32_t n) { return (anything() >> 32) * n >> 32; }
@@ -374,7 +409,10 @@ Row& add(Row row) {
     char* const name = abi::__cxa_demangle(symbol.dli_sname, nullptr, nullptr, nullptr);
     row.name = name;
     std::free(name);
-    row.bits = listed(row.name);
+    const std::string words[] = {"everywhere", "flag", "phases", "processor"};
+    const auto word = std::ranges::find(words, listed("exports.txt", row.name));
+    if (word == std::end(words)) throw std::runtime_error("not in the list of exports: " + row.name);
+    row.bits = static_cast<Bits>(word - words);
     return theRows.emplace_back(std::move(row));
 }
 
@@ -394,11 +432,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 }
 #else
 int main(int argc, char** argv) {
-    testing::GTEST_FLAG(filter) = "-Exhaustive.*";
+    testing::GTEST_FLAG(filter) = "-Exhaustive.*:Counts.*";
     testing::InitGoogleTest(&argc, argv);
     struct sigaction action {};
     action.sa_sigaction = test::crashed;
-    action.sa_flags = SA_SIGINFO;
+    action.sa_flags = SA_SIGINFO | SA_NODEFER;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) sigaction(signal, &action, nullptr);
     for (const test::Row& row : test::theRows)
         testing::RegisterTest("Rows", row.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
@@ -406,8 +444,18 @@ int main(int argc, char** argv) {
     const int result = RUN_ALL_TESTS();
     Dl_info library;
     dladdr(test::theRows.front().member, &library);
+    std::uint64_t all[] = {test::emptyDigest, test::emptyDigest};  // the second of estimates
+    std::ofstream list(std::getenv("ZEL_TEST_DIGESTS") ? std::getenv("ZEL_TEST_DIGESTS") : "/dev/null");
+    for (const test::Row& row : test::theRows) {
+        std::uint64_t& sum = all[row.bits == test::Bits::processor];
+        sum = test::digest(sum, test::theRowDigests[row.name]);
+        if (&sum == all) list << test::format("%016lx ", test::theRowDigests[row.name]) << row.name << '\n';
+    }
     std::printf("library %s\nseed %s, %ld calls\ndigest %016lx, of estimates %016lx\n", library.dli_fname,
-                test::theSeed.c_str(), test::theCalls, test::theDigests[0], test::theDigests[1]);
-    return result;
+                test::theSeed.c_str(), test::theCalls, all[0], all[1]);
+    const char* const wanted = std::getenv("ZEL_TEST_LIBRARY");
+    if (!wanted || std::strstr(library.dli_fname, wanted)) return result;
+    std::fprintf(stderr, "Another library was tested than %s.\n", wanted);
+    return 1;
 }
 #endif

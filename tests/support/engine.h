@@ -51,10 +51,11 @@ struct Operand {
     bool nullable = false;  // as a mask may be
     bool masks = false;     // half of its elements are zeros
     int size = 0;           // bytes of an element
-    int perCount = 1;       // elements for each one counted
+    int perCount = 1;       // elements for each one counted, as a vector has
     int fixed = 0;          // elements, whatever the count
+    int spare = 0;          // elements of the last ones that aren't the member's
 
-    Count bytes(Count count) const { return (fixed ? fixed : perCount * count) * size; }
+    Count bytes(Count count) const { return (fixed ? fixed : std::max<Count>(perCount * count - spare, 0)) * size; }
 };
 
 enum class Form { element, lane };

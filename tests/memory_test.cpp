@@ -1,0 +1,126 @@
+// What needs memory of its own: sums of many blocks, vectors on a page that can't be touched, counts beyond an int.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <numeric>
+
+#include "support/engine.h"
+
+namespace test {
+
+/// Two copies of an array of which `away` more elements are used by an operand that overlaps d.
+struct Overlapped {
+    std::vector<float> whole, parts;
+    Overlapped(Count num, Count away) : whole(num + away) {
+        for (Count i = 0; i < num + away; ++i) whole[i] = static_cast<float>(i * 7919 % 10007) * 1e-4f - 0.5f;
+        parts = whole;
+    }
+};
+
+/// A long sum is its blocks' sums, each of them a short call, added upward: in arrays apart from one another, in place
+/// and where d overlaps a source by less than two or four blocks.
+TEST(Memory, SumsAreTheSumsOfTheirBlocks) {
+    for (const Count num : {150000, 199996, 3000000})  // for the caches, with prefetching, and too long for both
+        for (const Count away : {0, 4, 1028, 2044, 2052, 3076}) {
+            const Overlapped other(num, 0);
+            const float* const b = other.whole.data();
+            for (const bool above : {false, true}) {
+                const Count d = above ? away : 0, a = away - d;
+                Overlapped x(num, away), y(num, away);
+                double sums[3] = {};
+                for (Count i = 0; i < num; i += 1024) {
+                    const Count n = std::min<Count>(1024, num - i);
+                    sums[0] += Z::dotSIMD(b + i, &other.parts[i], n);
+                    sums[1] += Z::maddAndNormSIMD(&x.parts[d + i], &x.parts[a + i], 0.7f, n);
+                    sums[2] += Z::mulAndDotDASIMD(&y.parts[d + i], &y.parts[a + i], b + i, n);
+                }
+                EXPECT_EQ(Z::dotSIMD(b, other.parts.data(), num), sums[0]);
+                EXPECT_EQ(Z::maddAndNormSIMD(&x.whole[d], &x.whole[a], 0.7f, num), sums[1]) << num << ' ' << d - a;
+                EXPECT_EQ(Z::mulAndDotDASIMD(&y.whole[d], &y.whole[a], b, num), sums[2]) << num << ' ' << d - a;
+                EXPECT_TRUE(x.whole == x.parts && y.whole == y.parts) << num << ' ' << d - a;
+            }
+        }
+}
+
+/// A vector that a mask leaves out can lie in memory that can't be touched; the others are as in calls of their own.
+TEST(Memory, VectorsLeftOutAreNeitherReadNorWritten) {
+    constexpr float m[4][4] = {{1, 2, 3, 4}, {-4, 3, -2, 1}, {0.5f, 0.25f, 2, 8}, {7, 5, 3, 1}};
+    using Stream = std::function<void(float*, Count, const Mask*)>;
+    const auto matrix = [&](auto* member) { return [=, &m](auto* d, auto... x) { member(d, m, x...); }; };
+    const auto vector = [&](auto* member) { return [=, &m](auto* d, auto... x) { member(d, m[0], x...); }; };
+    const std::pair<int, Stream> streams[] = {
+        {4, matrix(Z::mulColVec44)},   {4, matrix(Z::mulColVec44_3)}, {3, matrix(Z::mulColVec34)},
+        {3, matrix(Z::mulColVec34_3)}, {4, matrix(Z::mulRowVec44)},   {4, matrix(Z::mulRowVec44_3)},
+        {3, matrix(Z::mulRowVec34)},   {3, matrix(Z::mulRowVec34_3)}, {4, vector(Z::vadd4u4)},
+        {4, vector(Z::vsub4u4)},       {4, vector(Z::vmul4u4)}};
+    constexpr Count all = 3 * page / 4;
+    auto* const memory = static_cast<float*>(mmap(nullptr, 3 * page, 3, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    float *const hidden = memory + page / 4, *const end = hidden + page / 4;
+    for (const auto& [stride, stream] : streams)
+        for (int trial = 0; trial < 16; ++trial) {
+            float* const d = memory + trial % 4;  // in all four phases
+            // To the end of the memory, or up to three vectors that are left out.
+            const Count num = trial & 4 ? (all - 3) / stride : (hidden - d) / stride + 3;
+            Z::forceSIMD(trial & 8);
+            std::iota(memory, memory + all, -500.0f);
+            std::vector<float> wanted(memory, memory + all);
+            std::vector<Mask> mask(num);
+            for (Count i = 0; i < num; ++i) {
+                const float* const v = d + stride * i;
+                mask[i] = v + stride > hidden && v < end ? 1 : i % 5 == 1;
+                if (!mask[i]) stream(&wanted[v - memory], 1, nullptr);
+            }
+            mprotect(hidden, page, PROT_NONE);
+            stream(d, num, mask.data());
+            mprotect(hidden, page, PROT_READ | PROT_WRITE);
+            EXPECT_EQ(std::memcmp(memory, wanted.data(), all * sizeof(float)), 0) << &stream - &streams[0].second;
+        }
+    munmap(memory, 3 * page);
+}
+
+/// An array that needn't fit into memory: the same pages again and again, and pages of its own at the end.
+template <class T> std::span<T> reserve(Count num) {
+    constexpr Count part = 16 << 20;
+    const Count end = (num * static_cast<Count>(sizeof(T)) + part) / part * part;
+    const int pages = memfd_create("pages", 0);
+    EXPECT_EQ(ftruncate(pages, part), 0);
+    auto* all = static_cast<char*>(mmap(nullptr, end, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    for (Count i = 0; i + part < end; i += part)
+        mmap(all + i, part, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED | MAP_POPULATE, pages, 0);
+    mprotect(all + end - part, part, PROT_READ | PROT_WRITE);
+    close(pages);
+    return {reinterpret_cast<T*>(all), static_cast<std::size_t>(num)};
+}
+template <class T> void release(std::span<T> array) { munmap(array.data(), array.size_bytes()); }
+
+TEST(Counts, BeyondThirtyTwoBits) {
+    for (const bool lanes : {false, true}) {
+        const Count num = (Count{1} << (lanes ? 32 : 31)) + 7;
+        Z::forceSIMD(lanes);
+        const auto d = reserve<float>(num);
+        Z::set(d.data(), 1.0f, num);
+        EXPECT_EQ(std::count(d.data() + num - 7, d.data() + num + 2, 1.0f), 7) << "flag " << lanes;
+        release(d);
+    }
+}
+TEST(Counts, ThatAnIntCannotHold) {
+    constexpr Count num = (Count{1} << 31) + 7;
+    const auto zeros = reserve<int>(num);
+    EXPECT_EQ(Z::zerocountSISD(zeros.data(), num), -2147483647 + 6);
+    EXPECT_EQ(Z::zerocountSIMD(zeros.data(), num), -2147483647 + 6);
+    release(zeros);
+}
+TEST(Exhaustive, CountsOfVectors) {
+    constexpr Count num = (Count{1} << 31) + 7;
+    constexpr float one[4] = {1, 1, 1, 1};
+    for (const bool lanes : {false, true}) {
+        Z::forceSIMD(lanes);
+        const auto d = reserve<float>(4 * num);
+        Z::vadd4u4(d.data(), one, num, lanes ? reserve<Mask>(num).data() : nullptr);
+        EXPECT_EQ(std::count(d.data() + 4 * num - 7, d.data() + 4 * num + 2, 1.0f), 7) << "flag " << lanes;
+        release(d);
+    }
+}
+
+}  // namespace test
