@@ -23,8 +23,8 @@ template <class A> A pass(Four<Item<A>>& four) {
     if constexpr (!std::is_pointer_v<A>) return four.x[0];
 }
 
-/// A call where each element of d, and then of each operand, is the number given: what d holds afterwards, by element and
-/// in a lane group.
+/// A call where each element of d, and then of each operand, is the number given: what d holds afterwards, by element
+/// and in a lane group.
 template <class D, class... X>
 void worked(int line, Member<D, X...> member, std::tuple<D, Item<X>...> numbers, D byElement, D byLane) {
     for (const bool flag : {false, true}) {
