@@ -23,8 +23,11 @@ readOptions() {
     esac
 }
 
-# Where packages can't be installed, what is there may still do; the configure step is the judge.
-setup() { scripts/setup "$@" || echo "Going on with what is there." >&2; }
+# setup [GROUP]...: those of scripts/setup, and Clang if it is to compile.
+setup() {
+    [[ $# == 0 || $compiler == gcc ]] || set -- "$@" --clang
+    scripts/setup "$@" || exit
+}
 
 # configure [CMAKE OPTION]...
 configure() {
