@@ -92,9 +92,9 @@ template <class Sample> void whitePointRows() {
         row.adjust = [](Case& c) {
             if (below(2)) return;
             c.give(2, std::array{1.0f, 255.0f, 65535.0f}[below(3)]);
-            const auto roll = below(5);  // 4: a denormal limit, and zeros of both signs
+            const auto roll = below(5);
             c.give(3, std::array{255.0f, 256.0f, 65535.0f, 65536.0f, 1e-40f}[roll]);
-            c.give(4, roll < 4 ? static_cast<float>(below(16)) : -0.5f);
+            c.give(4, below(4) ? static_cast<float>(below(16)) : -0.5f);  // so that x can be a zero or a denormal
         };
 
     const auto tabled = [](float scale, Sample black) { return sizeof(Sample) == 1 && black == 0 && scale == 255.0f; };
