@@ -170,8 +170,8 @@ public:
     /// | `zelmax` | b > a ? b : a                             | a > b ? a : b                        | NaN, zeros of two signs |
     /// | `clamp`  | lo if lo >= a, else hi if hi <= a, else a | t = hi < a ? hi : a; lo > t ? lo : t | zeros, lo > hi          |
     ///
-    /// `negate` by lane quiets a NaN. In modes without denormals, lane forms can give zeros for them. Element
-    /// forms don't.
+    /// `negate` by lane quiets a NaN. In modes without denormals, lane forms can give zeros for them and
+    /// element forms never do.
     /// @{
     static void abs(float* d, const float* a, std::int64_t num);
     static void abs(double* d, const double* a, std::int64_t num);
