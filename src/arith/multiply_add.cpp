@@ -6,11 +6,13 @@ using namespace zel;
 namespace {
 
 struct MultiplyAdd {
+    static constexpr bool updates = true;
     template <class T> static T element(T d, T a, T b) { return d + a * b; }
     static __m128 lanes(__m128 d, __m128 a, __m128 b) { return _mm_add_ps(d, _mm_mul_ps(a, b)); }
 };
 
 struct ScaleOffset {
+    static constexpr bool updates = true;
     template <class T> static T element(T d, T a, T b) { return d * a + b; }
     static __m128 lanes(__m128 d, __m128 a, __m128 b) { return _mm_add_ps(_mm_mul_ps(d, a), b); }
 };

@@ -15,6 +15,7 @@ struct Fill {
 
 /// value where the mask entry is 0, else what d has. d is stored back either way.
 struct MaskedCopy {
+    static constexpr bool updates = true;
     static int element(int d, int value, std::uint32_t mask) { return select(mask == 0, value, d); }
     static __m128i lanes(__m128i d, __m128i value, __m128i mask) {
         return select(_mm_cmpeq_epi32(mask, intLanes(theLaneZero)), value, d);

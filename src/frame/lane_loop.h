@@ -136,9 +136,9 @@ template <class Formula, class Scope, class D, class... X>
     alignedRoute<Formula, Scope, true>(d, num, x...);
 }
 
-/// Whether d is better written by streaming stores: the arrays are larger than any cache, and d is none of its
-/// sources. An ordinary store would read each cache line of d from memory before it is overwritten. The sanitizers of
-/// GCC don't see a streaming store.
+/// Whether d is better written by streaming stores, because the arrays are larger than any cache and d is none of its
+/// sources. An ordinary store would read each cache line of d from memory before it is overwritten. A formula of which
+/// d is always a source says so by a member `updates`. The sanitizers of GCC don't see a streaming store.
 template <class... X>
 bool streams([[maybe_unused]] const void* d, [[maybe_unused]] Count num, [[maybe_unused]] X... x) {
 #ifdef ZEL_SANITIZED
@@ -153,7 +153,7 @@ bool streams([[maybe_unused]] const void* d, [[maybe_unused]] Count num, [[maybe
 template <class Formula, class Scope = NoScope, class D, class... X> inline void laneForm(D d, Count num, X... x) {
     require(num, d, x...);
     if (!inPhase(d, x...)) return elements<Formula>(d, num, x...);
-    if constexpr (std::is_pointer_v<D>)
+    if constexpr (std::is_pointer_v<D> && !requires { Formula::updates; })
         if (streams(d, num, x...)) [[unlikely]]
             return streamingRoute<Formula, Scope>(d, num, x...);
     alignedRoute<Formula, Scope, false>(d, num, x...);
