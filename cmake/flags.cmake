@@ -39,8 +39,14 @@ add_compile_options(
     -fvisibility=hidden -fvisibility-inlines-hidden
     # Two builds in two directories are the same library, byte for byte.
     "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
-# Without a configuration, as a parent project may have none, what Release has.
-add_compile_options("$<$<CONFIG:>:-O3;-DNDEBUG>")
+# Without a configuration, as a parent project or a distribution may have none: what Release has, but for a level of
+# optimisation that the builder names. Other configurations are as the builder left them.
+get_directory_property(zelOutside COMPILE_OPTIONS)
+if("${CMAKE_CXX_FLAGS};${zelOutside}" MATCHES "(^|[ ;:])-O")
+    add_compile_options("$<$<CONFIG:,None>:-DNDEBUG>")
+else()
+    add_compile_options("$<$<CONFIG:,None>:-O3;-DNDEBUG>")
+endif()
 if(PROJECT_IS_TOP_LEVEL)
     add_compile_options(-Wall -Wextra -pedantic)
 else()

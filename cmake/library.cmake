@@ -55,9 +55,14 @@ function(zel_library target)
         OUTPUT_NAME ZEL
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
-        # The same run path in the build tree: no directory of the builder gets into the library.
-        BUILD_WITH_INSTALL_RPATH ON
         INSTALL_RPATH "\$ORIGIN;\$ORIGIN/../..")
+    if(CMAKE_SKIP_INSTALL_RPATH)
+        # As distributions have it: only in the build tree does a library look for its sibling by itself.
+        set_target_properties(${target} PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
+    else()
+        # The same run path in the build tree: no directory of the builder gets into the library.
+        set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
+    endif()
 endfunction()
 
 zel_library(ZEL)
@@ -73,6 +78,10 @@ endif()
 foreach(level IN LISTS zelWideLevels)
     zel_library(ZEL-${level})
     target_compile_options(ZEL-${level} PRIVATE -march=${level})
+    if(NOT PROJECT_IS_TOP_LEVEL AND NOT ZEL_INSTALL)
+        # Nothing would ever load it: what a parent project builds runs on the plain library.
+        set_property(TARGET ZEL-${level} PROPERTY EXCLUDE_FROM_ALL ON)
+    endif()
     set_target_properties(ZEL-${level} PROPERTIES
         LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib/wide/${level}")
 endforeach()
