@@ -1,5 +1,8 @@
 #!/usr/bin/env bash
-# The library built, installed and packaged for others: build_test.sh BUILD_DIRECTORY COMPILER settings|guest|bare|wide|packages
+# The library built, installed and packaged for others: build_test.sh BUILD_DIRECTORY COMPILER TEST [ARGUMENT]
+#   settings, guest, bare, wide     of this tree and its build
+#   packages                        of the Debian packages in the build directory
+#   consumer [PREFIX], copies [LIBRARIES]    of what is installed; default /usr
 set -euo pipefail
 build=$1
 export CXX=$2
@@ -57,9 +60,12 @@ bare() {
 
 # The loader takes the copy for a level where the machine has it, and each copy gives the bits of the plain library.
 wide() {
-    local libraries loader library level output plain=
     quietly cmake --install "$build" --prefix "$temp/wide"
-    libraries=$(dirname "$(find "$temp/wide" -name glibc-hwcaps)")
+    copies "$(dirname "$(find "$temp/wide" -name glibc-hwcaps)")"
+}
+copies() {
+    local libraries=${1-} loader library level output plain=
+    : "${libraries:=$(realpath "$(pkg-config --variable=libdir zel)")}"
     loader=$(readelf -l "$build/bin/zel-test" | sed -n 's/.*interpreter: \(.*\)]/\1/p')
     for library in "$libraries"/{,glibc-hwcaps/*/}libZEL.so.1; do
         level=$(basename "$(dirname "$library")")  # of the plain library no level, so that no copy is taken
@@ -71,31 +77,37 @@ wide() {
     done
 }
 
-# The Debian packages, unpacked where they weren't configured to be, serve an outside project by both roads.
-packages() {
-    # Install directories are settled at configure time. This build stays, so only its first run takes long.
-    project "$tree" "$build/package" -DCMAKE_INSTALL_PREFIX=/usr
-    quietly cpack --config "$build/package/CPackConfig.cmake" -B "$temp"
-    cd "$temp"
-    local libraries both=$temp/both/usr program=$temp/first/first standard
-    libraries=usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)
-    dpkg-deb --raw-extract libzel1_*.deb libzel1
-    for package in libzel1 libzel-dev; do dpkg-deb -x ${package}_*.deb both; done
-    ls libzel1/$libraries/{libZEL.so.1,libKEP.so.1,glibc-hwcaps/x86-64-v{3,4}/libZEL.so.1} >/dev/null || fail "libzel1 lacks a library."
-    [[ -z $(find libzel1 -name '*.h' -o -name libZEL.so -o -name '*.pc') ]] || fail "libzel1 has a part of libzel-dev."
-    [[ $(ls libzel1/DEBIAN) == $'control\nmd5sums\nshlibs\ntriggers' ]] || fail "Not what controls it: $(ls libzel1/DEBIAN)"
-    [[ $(dpkg-deb -f libzel-dev_*.deb Depends) =~ ^libzel1\ \(=\  ]] || fail "libzel-dev takes any libzel1."
-
-    project "$tree/examples/first" first -DCMAKE_PREFIX_PATH="$both"
-    [[ $($program) == 750 && $(ldd $program) == *"libZEL.so.1 => $both/"* ]] || fail "By find_package it doesn't run."
+# What is installed serves a program outside by both roads, and its header stands alone under every standard.
+consumer() {
+    local prefix=${1:-/usr} program=$temp/first/first standard
+    project "$tree/examples/first" "$temp/first" -DCMAKE_PREFIX_PATH="$prefix"
+    [[ $($program) == 750 && $(ldd "$program") == *"libZEL.so.1 => "*$prefix/* ]] || fail "By find_package it doesn't run."
     # shellcheck disable=SC2046  # the flags are words
-    quietly "$CXX" "$tree/examples/first/first.cpp" -o $program \
-        $(PKG_CONFIG_PATH=both/$libraries/pkgconfig pkg-config --cflags --libs zel)
-    [[ $(LD_LIBRARY_PATH=both/$libraries $program) == 750 ]] || fail "By pkg-config it doesn't run."
-    # The one header stands alone under every standard.
+    quietly "$CXX" "$tree/examples/first/first.cpp" -o "$program" $(pkg-config --cflags --libs zel)
+    [[ $($program) == 750 && $(ldd "$program") == *"libZEL.so.1 => "* ]] || fail "By pkg-config it doesn't run."
     for standard in 11 14 17 20 2b; do
-        quietly "$CXX" -std=c++$standard -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ "$(find both -name '*.h')"
+        quietly "$CXX" -std=c++$standard -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ "$prefix/include/ZEL_Math.h"
     done
 }
 
-$3
+# The Debian packages, unpacked where they weren't made for: no file in the wrong one, and a program outside runs.
+packages() {
+    local package libraries
+    for package in libzel1 libzel-dev; do
+        dpkg-deb --raw-extract "$build/$package"_*.deb "$temp/$package"
+        dpkg-deb -x "$build/$package"_*.deb "$temp/both"
+    done
+    libraries=usr/lib/$(dpkg-architecture -q DEB_HOST_MULTIARCH)
+    (cd "$temp/libzel1/$libraries" && ls {libZEL.so.1,libKEP.so.1,glibc-hwcaps/x86-64-v{3,4}/libZEL.so.1}) >/dev/null ||
+        fail "libzel1 lacks a library."
+    [[ -z $(find "$temp/libzel1" -name '*.h' -o -name libZEL.so -o -name '*.pc') ]] || fail "libzel1 has a part of libzel-dev."
+    [[ $(ls "$temp/libzel1/DEBIAN") == $'control\nmd5sums\nshlibs\nsymbols\ntriggers' ]] ||
+        fail "Not what controls it: $(ls "$temp/libzel1/DEBIAN")"
+    [[ $(dpkg-deb -f "$build"/libzel-dev_*.deb Depends) =~ ^libzel1\ \(=\  ]] || fail "libzel-dev takes any libzel1."
+    [[ -z $(find "$temp/both" -name '*.so.*' -type f -exec readelf -dW {} + | grep -E 'R(UN)?PATH') ]] || fail "A library has a run path."
+    # The system's directory needs neither.
+    export LD_LIBRARY_PATH=$temp/both/$libraries PKG_CONFIG_PATH=$temp/both/$libraries/pkgconfig
+    consumer "$temp/both/usr"
+}
+
+"${@:3}"
