@@ -1,45 +1,182 @@
 #!/usr/bin/env bash
-# Runs an example as its user would, on a photograph: examples_test.sh panorama|poisson PROGRAM
+# Runs the examples as their user would: examples_test.sh panorama|poisson|reaction|signals|split|resume|kill|pages DIRECTORY
+# The last five need MPI. DIRECTORY has the programs.
 set -uo pipefail
-program=$2 photograph=$PWD/../examples/data/city.exr failures=0
-scratch=$(mktemp -d) && trap 'rm -rf "$scratch"' EXIT && cd "$scratch" && cp "$photograph" in.exr || exit 1
+bin=$2 tree=$(cd "$(dirname "$0")/.." && pwd) failures=0
+export OMP_WAIT_POLICY=passive ASAN_OPTIONS=detect_leaks=0
+# Open MPI 4 and 5: more ranks than cores, all on this machine, whoever the user is.
+export {OMPI,PRTE}_ALLOW_RUN_AS_ROOT{,_CONFIRM}=1 OMPI_MCA_btl=self,vader
+export OMPI_MCA_rmaps_base_oversubscribe=1 PRTE_MCA_rmaps_default_mapping_policy=:oversubscribe
+scratch=$(mktemp -d) && trap 'rm -rf "$scratch"' EXIT && cd "$scratch" && mkdir w && cd w || exit 1
+cp "$tree/examples/data/city.exr" in.exr
 
 fault() { echo "$*"; failures=$((failures + 1)); }
 
-# refused 'ARGUMENT...'...: each gives one line with a reason, nothing on standard output, a failing exit, no file.
+# refused REASON 'PROGRAM ARGUMENT...'...: each gives one line with the reason, nothing on standard output and a failing
+# exit; no file is made or changed.
 refused() {
-    for arguments; do
-        "$program" $arguments >said 2>complaint && fault "accepted: $arguments"
-        [[ $(wc -l <complaint) == 1 && ! -s said ]] || fault "$arguments: $(<complaint)"
-        [[ -z $(find . -name 'out.png*') ]] || fault "left a file: $arguments"
+    local reason=$1 command before
+    shift
+    before=$(cksum -- * 2>&1)
+    for command; do
+        eval "$bin/$command" >../said 2>../complaint && fault "accepted: $command"
+        [[ $(wc -l <../complaint) == 1 && ! -s ../said && $(<../complaint) == *"$reason"* ]] ||
+            fault "$command: not '$reason' but $(<../complaint)"
+        [[ $(cksum -- * 2>&1) == "$before" ]] || fault "$command: other files, $(ls)"
     done
+}
+
+# keepsFiles 'PROGRAM ARGUMENT...': the command but for its output.
+keepsFiles() {
+    cp in.exr photo.png && echo words >text.png && ln -s in.exr link.png && ln -s none.png lost.png && mkdir folder.png
+    refused 'name that ends in .png' "$1 in.exr" "$1 $PWD/in.exr" "$1 out"
+    refused 'of another kind' "$1 photo.png" "$1 link.png" "$1 text.png"
+    refused 'an empty name' "$1 ''"
+    refused 'is a directory' "$1 folder.png"
+    refused 'exist' "$1 none/out.png" "$1 lost.png"
+    rm -r ./*.png
 }
 
 # makes SIZE FILE ARGUMENT...: a PNG of this width, height and depth, and no part of another.
 makes() {
-    "$program" in.exr "${@:2}" >said || fault "failed: ${*:2}"
+    "$bin/$program" in.exr "${@:2}" >../said || fault "failed: ${*:2}"
     [[ $(file -b "$2") == "PNG image data, $1-bit"* ]] || fault "not $1: ${*:2}: $(file "$2")"
     [[ $(find . -name "$2*") == "./$2" ]] || fault "left a part: ${*:2}"
 }
 
 panorama() {
+    program=panorama
+    keepsFiles 'panorama in.exr'
     head -c 340 in.exr >short.exr
     head -c 100000 in.exr >shorter.exr
-    refused 'short.exr out.png' 'shorter.exr out.png' in.exr 'in.exr missing/out.png' 'in.exr in.exr' \
-        'in.exr out.png --fov 180' 'in.exr out.png --fov 9x' 'in.exr out.png --size 99999x9'
-    cmp in.exr "$photograph" || fault "the input was written to"
-    makes '67 x 35, 16' one.png --size 67x35 --pitch 90 --fov 140 --tone reinhard --mark-clipped --bits 16
+    refused "can't be read as an OpenEXR image" 'panorama short.exr out.png' 'panorama shorter.exr out.png'
+    refused 'an input and an output file' 'panorama in.exr'
+    refused 'above 0 and below 180' 'panorama in.exr out.png --fov 180' 'panorama in.exr out.png --fov=0'
+    refused 'takes a' 'panorama in.exr out.png --fov 9x' 'panorama in.exr out.png --size 99999x9'
+    refused 'takes no value' 'panorama in.exr out.png --report=1'
+    makes '67 x 35, 16' one.png --size 67x35 --pitch 90 --fov=140 --tone reinhard --mark-clipped --bits 16
     makes '1024 x 512, 8' one.png --flat --exposure 0 --offset 0.1
+    cp one.png two.png
+    # A limit stands in for a full disk: the system's word for it, and the old picture as it was.
+    [[ $(trap '' XFSZ; ulimit -f 9; "$bin/panorama" in.exr one.png --flat 2>&1) == *'File too large' ]] || fault "no reason"
+    [[ $(ls) == $'in.exr\none.png\nshort.exr\nshorter.exr\ntwo.png' ]] && cmp one.png two.png || fault "no disk: $(ls)"
 }
 
 poisson() {
-    local fill='in.exr out.png --rectangle'
-    refused "$fill 1,2,3x" "$fill 5,510,9x9" "$fill 5,5,9x9 --source 1020,5" "$fill 0,0,1024x512"
+    program=poisson
+    keepsFiles 'poisson in.exr --rectangle 5,5,9x9'
+    local fill='poisson in.exr out.png --rectangle'
+    refused 'is written' "$fill 1,2,3x"
+    refused 'lie within' "$fill 5,510,9x9" "$fill 5,5,9x9 --source 1020,5"
+    refused 'nothing surrounds' "$fill 0,0,1024x512"
+    refused 'whole number' "$fill 5,5,9x9 --iterations 1.5"
     makes '1024 x 512, 8' plain.png --rectangle 0,0,1x1 --source 0,0 --exposure -1
     makes '1024 x 512, 8' same.png --rectangle 100,100,50x41 --source 100,100 --exposure -1
     cmp plain.png same.png || fault "a rectangle filled with itself changes the picture"
     makes '1024 x 512, 8' border.png --rectangle 0,503,1024x9 --source 0,400 --exposure -1
     cmp -s plain.png border.png && fault "nothing was filled"
+}
+
+reaction() {
+    keepsFiles 'reaction in.exr --size 9x9'
+    "$bin/reaction" a.png --size 9x9 --steps 3 --checkpoint a.state >../said || fault "no checkpoint"
+    ln a.state b.state
+    local out='reaction out.png --size 9x9'
+    refused 'is the same file' "$out --checkpoint out.png" 'reaction a.png --resume a.png' "$out --checkpoint out.state --resume ./out.state" \
+        "$out --resume a.state --checkpoint b.state"
+    refused 'name that ends in .state' "$out --checkpoint in.exr"
+    cp in.exr photo.state && refused 'of another kind' "$out --checkpoint photo.state"
+    refused 'whole number' "$out --steps 1.5" "$out --every=1.5"
+    refused 'needs --checkpoint' "$out --every 5"
+    refused "isn't a checkpoint" "$out --resume in.exr" "$out --resume a.png"
+    # A name more of the old state: its bytes stay, since the next one is another file.
+    cp a.state before
+    "$bin/reaction" a.png --size 9x9 --steps 7 --checkpoint a.state >../said && cmp b.state before || fault "written over"
+    cmp -s a.state before && fault "not written"
+    [[ $(find . -name '*.part') ]] && fault "left a part"
+}
+
+# Each signal ends a program that writes by its own status, and leaves no part of a file.
+signals() {
+    local signal state=(--size 300x200 --steps 1000000 --checkpoint s.state --every 1)
+    for signal in 1 2 15; do
+        ended $((128 + signal)) "$bin/panorama" in.exr out.png --flat --bits 16
+        ended $((128 + signal)) "$bin/reaction" out.png "${state[@]}"
+        ended '[1-9]*' mpirun -n 3 "$bin/reaction" out.png "${state[@]}"
+    done
+}
+# ended STATUS COMMAND...
+ended() {
+    set -m  # else what runs in the background ignores SIGINT
+    timeout --foreground 60 "${@:2}" >../said 2>&1 &
+    set +m
+    until [[ $(find . -name '*.part') ]] || ! builtin kill -0 $! 2>/dev/null; do sleep 0.005; done
+    builtin kill -$signal "$(pgrep -P $!)"
+    wait $! 2>/dev/null
+    local status=$?
+    # shellcheck disable=SC2053  # a pattern
+    [[ $status == $1 ]] || fault "signal $signal: $status, not $1: ${*:2}"
+    [[ -z $(find . -name '*.p*') ]] || fault "signal $signal left $(ls): ${*:2}"
+}
+
+on() { OMP_NUM_THREADS=$2 timeout 100 mpirun -n "$1" "$bin/reaction" "${@:3}"; }
+# Of what went wrong one rank says one line; mpirun may add its own.
+once() { (($(grep -c '^reaction: ' complaint) == 1)) || fault "$*: $(<complaint)"; }
+# A run's sums and digest are those of one thread of one rank.
+grid=(--size 70x46 --steps 60)
+told() { grep -E '^(step|digest)' said | tail -n 2; }
+same() { "$@" >said; [[ $(told) == "$wanted" ]] || fault "$*: $(told), not $wanted"; }
+alone() { OMP_NUM_THREADS=1 "$bin/reaction" "$@" one.png >said && wanted=$(told) || fault "one rank failed"; }
+
+split() {
+    alone "${grid[@]}"
+    for ranks in 1 2 3 5 46; do same on $ranks 1 out.png "${grid[@]}"; done
+    same on 3 3 out.png "${grid[@]}" --flag clear --report 7
+    cmp one.png out.png || fault "another picture"
+    on 47 1 no.png "${grid[@]}" 2>complaint && fault "46 rows on 47 ranks"
+    once "too many ranks"
+}
+resume() {
+    local start=(in.exr --size 70x46 --feed 0.03 --kill 0.06 --seed 3)
+    alone "${start[@]}" --steps 60
+    on 3 1 "${start[@]}" half.png --steps 31 --checkpoint a.state >said || fault "no checkpoint"
+    same on 2 2 out.png --steps 60 --resume a.state
+    same on 2 1 "${start[@]}" out.png --steps 60 --resume a.state
+    rm said && head -c 9999 a.state >short && head -c "$(wc -c <a.state)" "$bin/reaction" >foreign
+    for at in 20 48 30000; do cp a.state damaged$at && printf '\x55' | dd of=damaged$at bs=1 seek=$at conv=notrunc status=none; done
+    local to='reaction no.png --resume'
+    refused bytes "$to short" "$to damaged20"
+    refused "isn't a checkpoint" "$to foreign"
+    refused 'is damaged' "$to damaged48" "$to damaged30000"
+    refused 'with other values' "$to a.state --kill 0.061" "$to a.state --feed 0.04" "$to a.state --size 46x70 --seed 3"
+    refused 'another photograph' "reaction $tree/examples/data/courtyard.exr no.png --resume a.state"
+    refused 'at step 31 already' "$to a.state --steps 30"
+    on 2 1 no.png --resume damaged30000 >said 2>complaint && fault "accepted by two ranks"
+    once "damaged"
+}
+kill() {
+    on 3 1 out.png "${grid[@]}" --steps 1000000 --checkpoint "$PWD/a.state" --every 5 >said 2>&1 &
+    until [[ -e a.state ]] || ! builtin kill -0 $!; do sleep 0.02; done
+    builtin kill -9 "$(pgrep -f "^$bin/reaction .*$PWD/a.state" | tail -n 1)"
+    wait $! && fault "it went on without a rank"
+    steps=$(od -An -td8 -j8 -N8 a.state)
+    alone "${grid[@]}" --steps $((steps + 9))
+    same on 2 1 out.png --steps $((steps + 9)) --resume a.state
+}
+
+# The lines with mpirun that the pages show, as they stand there; where it asks for more, what the pages say of it.
+pages() {
+    local page line lines
+    unset {OMPI,PRTE}_ALLOW_RUN_AS_ROOT{,_CONFIRM} OMPI_MCA_rmaps_base_oversubscribe PRTE_MCA_rmaps_default_mapping_policy
+    ln -s "$tree/examples" examples && mkdir -p build/release && ln -s "$bin" build/release/bin
+    for page in README.md docs/scale.md; do
+        mapfile -t lines < <(grep -E '^    mpirun ' "$tree/$page")
+        ((${#lines[@]} > 0)) && grep -qz 'as root.*`--allow-run-as-root`' "$tree/$page" || fault "$page shows no line"
+        for line in "${lines[@]}"; do
+            ((EUID > 0)) || line=${line/mpirun/mpirun --allow-run-as-root}
+            bash -c "$line --steps 50" >said 2>complaint && grep -q ', 2 ranks' said || fault "$page: $line: $(<complaint)"
+        done
+    done
 }
 
 $1

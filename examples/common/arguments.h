@@ -11,44 +11,41 @@
 #include <initializer_list>
 #include <map>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-/// The words of a command line, taken from the front. `--name=value` counts as two words.
+#include "files.h"
+
+/// The words of a command line, taken from the front. The value of an option is the next word, or stands in
+/// one word with it: `--name=value`.
 class Arguments {
 public:
-    Arguments(int argc, char** argv) {
-        for (int i = 1; i < argc; ++i) {
-            const std::string word = argv[i];
-            const auto equals = word.starts_with("--") ? word.find('=') : std::string::npos;
-            words.push_back(word.substr(0, equals));
-            if (equals != std::string::npos) words.push_back(word.substr(equals + 1));
-        }
-    }
+    enum Kind { any, whole, inside };  // numbers: whole ones; ones that are neither bound
 
-    bool empty() const { return words.empty(); }
+    Arguments(int argc, char** argv) : words(argv + std::min(argc, 1), argv + argc) {}
 
-    std::string next() {
-        std::string word = words.front();
-        words.pop_front();
-        return word;
-    }
     std::string value(const std::string& option) {
-        if (empty()) throw std::runtime_error(option + " needs a value");
+        if (attached) return *std::exchange(attached, std::nullopt);
+        if (words.empty()) throw std::runtime_error(option + " needs a value");
         return next();
     }
     /// A finite number from `lowest` to `highest`.
-    double number(const std::string& option, double lowest, double highest) {
+    double number(const std::string& option, double lowest, double highest, Kind kind = any) {
         const std::string text = value(option);
         char* end = nullptr;
         const double x = std::strtod(text.c_str(), &end);
-        if (text.empty() || *end || !std::isfinite(x))
-            throw std::runtime_error(option + " takes a number, not '" + text + "'");
-        if (x < lowest || x > highest) {
-            char range[64];
-            std::snprintf(range, sizeof range, " takes a number from %g to %g, not '", lowest, highest);
+        if (text.empty() || *end || !std::isfinite(x) || (kind == whole && x != std::round(x)))
+            throw std::runtime_error(option + " takes a " + (kind == whole ? "whole " : "") +
+                                     "number, not '" + text + "'");
+        if (x < lowest || x > highest || (kind == inside && (x == lowest || x == highest))) {
+            char range[80];
+            std::snprintf(range, sizeof range,
+                          kind == inside ? " takes a number above %g and below %g, not '"
+                                         : " takes a number from %g to %g, not '",
+                          lowest, highest);
             throw std::runtime_error(option + range + text + "'");
         }
         return x;
@@ -74,30 +71,42 @@ public:
         return {width, height};
     }
 
-    /// Takes all words: options by what is to be done with each, and gives the others, which are files.
+    /// Takes all words: does with each option what is told, and gives the others, which are files.
     std::vector<std::string> files(
         const std::map<std::string, std::function<void(const std::string& option)>>& options) {
         std::vector<std::string> rest;
-        while (!empty()) {
-            const std::string word = next();
-            if (const auto option = options.find(word); option != options.end())
-                option->second(word);
-            else if (word.starts_with("-"))
-                throw std::runtime_error("unknown option " + word + "; --help lists them all");
-            else
+        while (!words.empty()) {
+            const std::string word = next(), name = word.substr(0, word.find('='));
+            if (!word.starts_with("-")) {
                 rest.push_back(word);
+                continue;
+            }
+            const auto option = options.find(name);
+            if (option == options.end())
+                throw std::runtime_error("unknown option " + name + "; --help lists them all");
+            if (name != word) attached = word.substr(name.size() + 1);
+            option->second(name);
+            if (attached) throw std::runtime_error(name + " takes no value, so not '" + *attached + "'");
         }
         return rest;
     }
 
 private:
+    std::string next() {
+        std::string word = words.front();
+        words.pop_front();
+        return word;
+    }
+
     std::deque<std::string> words;
+    std::optional<std::string> attached;
 };
 
 /// A whole main: `--help` anywhere prints the help, and what `run` throws becomes one line on standard error,
-/// or none if there is nothing to tell.
+/// or none if there is nothing to tell. A signal leaves no part of a file.
 inline int program(const char* name, const char* help, int argc, char** argv, auto&& run) {
     std::string line;
+    cleanUpOnSignals();
     try {
         for (int i = 1; i < argc; ++i)
             if (std::string(argv[i]) == "--help") return std::fputs(help, stdout) < 0;

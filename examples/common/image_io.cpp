@@ -1,5 +1,4 @@
 // Reads OpenEXR through its general input interface, which converts channel types and knows tiles by itself.
-// Writes PNG to a temporary file beside the output and renames it at the end.
 #include "image_io.h"
 
 #include <OpenEXR/ImfChannelList.h>
@@ -14,10 +13,11 @@
 #include <cerrno>
 #include <cmath>
 #include <csetjmp>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
+
+#include "files.h"
 
 namespace fs = std::filesystem;
 
@@ -150,22 +150,33 @@ Image readChannels(const std::string& path, std::vector<std::string>& notes) {
 }
 
 void onPngError(png_structp png, png_const_charp text) {
-    std::snprintf(static_cast<char*>(png_get_error_ptr(png)), 128, "%s", text);
+    *static_cast<std::string*>(png_get_error_ptr(png)) = text;
     png_longjmp(png, 1);
 }
 void onPngWarning(png_structp, png_const_charp) {}
 
+/// Gives the system's own word for what goes wrong, such as a full disk.
+void writeBytes(png_structp png, png_bytep bytes, std::size_t size) {
+    const int descriptor = *static_cast<const int*>(png_get_io_ptr(png));
+    while (size > 0) {
+        const ssize_t written = write(descriptor, bytes, size);
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) png_error(png, std::strerror(errno));
+        bytes += written, size -= std::size_t(written);
+    }
+}
+
 /// libpng leaves by longjmp, so nothing in here may need a destructor. Failing, it leaves a
 /// reason in `reason`.
-bool encode(std::FILE* file, png_uint_32 width, png_uint_32 height, int bits, const std::uint8_t* bytes,
-            char (&reason)[128]) {
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, reason, onPngError, onPngWarning);
+bool encode(int descriptor, png_uint_32 width, png_uint_32 height, int bits, const std::uint8_t* bytes,
+            std::string& reason) {
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &reason, onPngError, onPngWarning);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     if (!info || setjmp(png_jmpbuf(png))) {
         png_destroy_write_struct(&png, &info);
         return false;
     }
-    png_init_io(png, file);
+    png_set_write_fn(png, &descriptor, writeBytes, nullptr);
     png_set_IHDR(png, info, width, height, bits, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
@@ -196,34 +207,12 @@ Image readExr(const std::string& path, std::vector<std::string>& notes) {
     }
 }
 
-void checkOutput(const std::string& path, const std::string& input) {
-    std::error_code error;
-    const fs::path parent = fs::path(path).parent_path();
-    const auto kind = fs::status(path, error).type();
-    if (kind != fs::file_type::not_found && kind != fs::file_type::regular)
-        fail(path, "isn't a file to write to");
-    if (kind == fs::file_type::regular && fs::equivalent(path, input, error)) fail(path, "is the input");
-    if (!parent.empty() && !fs::is_directory(parent, error)) fail(path, "its directory doesn't exist");
-    if (access(parent.empty() ? "." : parent.c_str(), W_OK) != 0) fail(path, std::strerror(errno));
-}
-
 void writePng(const std::string& path, std::int64_t width, std::int64_t height, int bits,
               const std::vector<std::uint8_t>& bytes) {
-    // A link stays a link: the file that it points to is replaced.
-    const std::string target = fs::weakly_canonical(path),
-                      part = target + "." + std::to_string(getpid()) + ".part";
-    const int descriptor = open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
-    if (descriptor < 0) fail(part, std::strerror(errno));
-    std::FILE* file = fdopen(descriptor, "wb");
-    char reason[128] = "can't be written";
-    bool good = encode(file, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), bits,
-                       bytes.data(), reason);
-    if (std::fclose(file) != 0 && good) {
-        std::snprintf(reason, sizeof reason, "%s", std::strerror(errno));
-        good = false;
-    }
-    if (good && std::rename(part.c_str(), target.c_str()) == 0) return;
-    if (good) std::snprintf(reason, sizeof reason, "%s", std::strerror(errno));
-    unlink(part.c_str());
-    fail(path, reason);
+    PartFile file(path);
+    std::string reason = "libpng has no memory";
+    if (!encode(file.descriptor, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), bits,
+                bytes.data(), reason))
+        throw std::runtime_error(path + ": can't be written: " + reason);
+    file.finish();
 }

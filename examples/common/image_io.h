@@ -11,10 +11,7 @@
 /// number become 0. Whatever else had to be decided about the file is told in `notes`, a sentence each.
 Image readExr(const std::string& path, std::vector<std::string>& notes);
 
-/// Tells early, before any work, that `path` can't become an output file.
-void checkOutput(const std::string& path, const std::string& input);
-
 /// Writes an sRGB picture with 8 or 16 bits per sample, 16 with the high byte first: rows from the top, red,
-/// green and blue side by side. The file appears under its name when it is complete, or not at all.
+/// green and blue side by side.
 void writePng(const std::string& path, std::int64_t width, std::int64_t height, int bits,
               const std::vector<std::uint8_t>& bytes);

@@ -2,6 +2,9 @@
 // process without it.
 #pragma once
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -60,37 +63,7 @@ struct Ranks {
         messages.clear();
     }
 };
-
-/// A file that all ranks open and close together. Its rows move by calls that wait for no other rank: in
-/// collective ones a full disk leaves some ranks waiting for ever.
-struct File {
-    bool write, good;
-    MPI_File file = MPI_FILE_NULL;
-
-    File(const std::string& path, bool write) : write(write) {
-        const int mode = write ? MPI_MODE_WRONLY : MPI_MODE_RDONLY;
-        good = MPI_File_open(MPI_COMM_WORLD, path.c_str(), mode, MPI_INFO_NULL, &file) == MPI_SUCCESS;
-    }
-    void move(std::int64_t at, void* data, int bytes) {
-        MPI_Status status;
-        int code = 0, moved = 0;
-        if (good && write) code = MPI_File_write_at(file, at, data, bytes, MPI_BYTE, &status);
-        if (good && !write) code = MPI_File_read_at(file, at, data, bytes, MPI_BYTE, &status);
-        if (good && code == MPI_SUCCESS)
-            MPI_Get_count(&status, MPI_BYTE, &moved);  // success may be a part of it
-        good = good && moved == bytes;
-    }
-    /// Whether all went well on this rank; what was written is on the disk then.
-    bool close() {
-        if (file == MPI_FILE_NULL) return false;
-        if (write) good &= MPI_File_sync(file) == MPI_SUCCESS;
-        return MPI_File_close(&file) == MPI_SUCCESS && good;
-    }
-};
 #else
-#    include <fcntl.h>
-#    include <unistd.h>
-
 struct Ranks {
     int rank = 0, count = 1;
     int least(int x) { return x; }
@@ -103,23 +76,28 @@ struct Ranks {
     }
     void finishExchange() {}
 };
+#endif
 
-struct File {
+/// A file of which every rank moves its own bytes. Not MPI's: opening those makes files of other names,
+/// which a signal would leave behind.
+class File {
+public:
+    File(const std::string& path, bool write)
+        : write(write), file(open(path.c_str(), write ? O_WRONLY : O_RDONLY)) {}
+    void move(std::int64_t at, void* data, std::int64_t bytes) {
+        good = good && (write ? pwrite(file, data, bytes, at) : pread(file, data, bytes, at)) == bytes;
+    }
+    /// Whether all went well on this rank; what was written is on the disk then.
+    bool close() {
+        good = good && (!write || fsync(file) == 0);
+        return ::close(file) == 0 && good;
+    }
+
+private:
     bool write;
     int file;
     bool good = file >= 0;
-
-    File(const std::string& path, bool write)
-        : write(write), file(open(path.c_str(), write ? O_WRONLY : O_RDONLY)) {}
-    void move(std::int64_t at, void* data, int bytes) {
-        good = good && (write ? pwrite(file, data, bytes, at) : pread(file, data, bytes, at)) == bytes;
-    }
-    bool close() {
-        good = good && fsync(file) == 0;
-        return ::close(file) == 0 && good;
-    }
 };
-#endif
 
 /// If any rank's work throws, all do: the first of them what it caught, the others nothing to tell.
 inline void together(Ranks& ranks, auto&& work) {

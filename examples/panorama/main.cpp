@@ -2,8 +2,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <functional>
-#include <map>
 #include <optional>
 #include <tuple>
 
@@ -48,42 +46,38 @@ struct Command {
 Command parse(Arguments arguments) {
     Command command;
     Options& options = command.options;
-    std::string word, viewOption;
-    const auto number = [&](double lowest, double highest) {
-        return arguments.number(word, lowest, highest);
+    std::string viewOption;
+    const auto number = [&](double& to, double lowest, double highest,
+                            Arguments::Kind kind = Arguments::any) {
+        return [&arguments, &to, &viewOption, lowest, highest, kind](const std::string& option) {
+            to = arguments.number(viewOption = option, lowest, highest, kind);
+        };
     };
-    const std::map<std::string, std::function<void()>> view = {
-        {"--yaw", [&] { options.yaw = number(-1e9, 1e9); }},
-        {"--pitch", [&] { options.pitch = number(-90, 90); }},
-        {"--fov", [&] { options.fov = number(1e-6, std::nextafter(180, 0)); }},
-        {"--size", [&] { std::tie(options.width, options.height) = arguments.size(word, 16384); }},
+    const auto oneOf = [&](const std::string& option, std::initializer_list<const char*> names) {
+        return arguments.oneOf(option, names);
+    };
+    command.files = arguments.files({
+        {"--yaw", number(options.yaw, -1e9, 1e9)},
+        {"--pitch", number(options.pitch, -90, 90)},
+        {"--fov", number(options.fov, 0, 180, Arguments::inside)},
+        {"--size",
+         [&](auto& option) {
+             std::tie(options.width, options.height) = arguments.size(viewOption = option, 16384);
+         }},
         {"--tone",
-         [&] {
-             options.tone = arguments.oneOf(word, {"filmic", "reinhard", "none"});
+         [&](auto& option) {
+             options.tone = oneOf(viewOption = option, {"filmic", "reinhard", "none"});
          }},
-    };
-    const std::map<std::string, std::function<void()>> others = {
-        {"--exposure", [&] { command.exposure = number(-100, 100); }},
-        {"--offset", [&] { options.offset = float(number(-1e30, 1e30)); }},
-        {"--mark-clipped", [&] { options.markClipped = true; }},
-        {"--report", [&] { command.report = true; }},
-        {"--flat", [&] { options.flat = true; }},
+        {"--exposure", [&](auto& option) { command.exposure = arguments.number(option, -100, 100); }},
+        {"--offset", [&](auto& option) { options.offset = float(arguments.number(option, -1e30, 1e30)); }},
+        {"--mark-clipped", [&](auto&) { options.markClipped = true; }},
+        {"--report", [&](auto&) { command.report = true; }},
+        {"--flat", [&](auto&) { options.flat = true; }},
         {"--bits",
-         [&] {
-             options.bits = std::stoi(arguments.oneOf(word, {"8", "16"}));
+         [&](auto& option) {
+             options.bits = std::stoi(oneOf(option, {"8", "16"}));
          }},
-    };
-    while (!arguments.empty()) {
-        word = arguments.next();
-        if (view.contains(word))
-            view.at(viewOption = word)();
-        else if (others.contains(word))
-            others.at(word)();
-        else if (word.starts_with("-"))
-            throw std::runtime_error("unknown option " + word + "; --help lists them all");
-        else
-            command.files.push_back(word);
-    }
+    });
     if (command.files.size() != 2)
         throw std::runtime_error("it takes an input and an output file; --help tells more");
     if (options.flat && !viewOption.empty())
@@ -96,7 +90,7 @@ Command parse(Arguments arguments) {
 void run(const Command& command) {
     const std::string &input = command.files[0], &output = command.files[1];
     const Options& options = command.options;
-    checkOutput(output, input);
+    checkFiles({{"the input", input}, pngOutput(output)});
     std::vector<std::string> notes;
     const Image panorama = readExr(input, notes);
 

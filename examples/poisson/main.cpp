@@ -1,12 +1,11 @@
 // Fills a rectangle of a photograph from its surroundings, by a Poisson equation solved on
 // the library's kernels.
-#include <unistd.h>
-
 #include <optional>
 #include <tuple>
 
 #include "common/arguments.h"
 #include "common/image_io.h"
+#include "common/progress.h"
 #include "common/srgb.h"
 #include "system.h"
 
@@ -63,23 +62,14 @@ Command parse(Arguments arguments) {
         if (sized && (width < 1 || height < 1)) throw std::runtime_error(option + " is empty");
         return Place{x, y, width, height};
     };
-    while (!arguments.empty()) {
-        const std::string word = arguments.next();
-        if (word == "--rectangle")
-            command.rectangle = place(word, true);
-        else if (word == "--source")
-            command.source = place(word, false);
-        else if (word == "--tolerance")
-            command.tolerance = arguments.number(word, 1e-9, 0.5);
-        else if (word == "--iterations")
-            command.iterations = int(arguments.number(word, 1, 1e6));
-        else if (word == "--exposure")
-            command.stops = arguments.number(word, -100, 100);
-        else if (word.starts_with("-"))
-            throw std::runtime_error("unknown option " + word + "; --help lists them all");
-        else
-            command.files.push_back(word);
-    }
+    command.files = arguments.files({
+        {"--rectangle", [&](auto& option) { command.rectangle = place(option, true); }},
+        {"--source", [&](auto& option) { command.source = place(option, false); }},
+        {"--tolerance", [&](auto& option) { command.tolerance = arguments.number(option, 1e-9, 0.5); }},
+        {"--iterations",
+         [&](auto& option) { command.iterations = int(arguments.number(option, 1, 1e6, Arguments::whole)); }},
+        {"--exposure", [&](auto& option) { command.stops = arguments.number(option, -100, 100); }},
+    });
     if (command.files.size() != 2 || !command.rectangle)
         throw std::runtime_error("it takes an input, an output file and --rectangle; --help tells more");
     if (command.source)
@@ -87,20 +77,6 @@ Command parse(Arguments arguments) {
             std::tie(command.rectangle->width, command.rectangle->height);
     return command;
 }
-
-/// On a terminal one line that is written over, and gone in the end; elsewhere a line now and then.
-struct Progress {
-    const bool terminal = isatty(STDERR_FILENO);
-
-    void show(int c, int iteration, double residual) const {
-        if (iteration % (terminal ? 20 : 1000) || (iteration == 0 && !terminal)) return;
-        std::fprintf(stderr, "%s%s: iteration %d, residual %.2e%s", terminal ? "\r" : "",
-                     std::array{"red", "green", "blue"}[c], iteration, residual, terminal ? "\033[K" : "\n");
-    }
-    ~Progress() {
-        if (terminal) std::fputs("\r\033[K", stderr);
-    }
-};
 
 using Levels = std::array<Floats, 3>;  // logarithms of light
 
@@ -165,7 +141,7 @@ void printReport(const System& system) {
 void run(Arguments arguments) {
     const Command command = parse(std::move(arguments));
     const std::string &input = command.files[0], &output = command.files[1];
-    checkOutput(output, input);
+    checkFiles({{"the input", input}, pngOutput(output)});
     std::vector<std::string> notes;
     Image image = readExr(input, notes);
     const Place picture{0, 0, image.width, image.height}, to = *command.rectangle;
@@ -181,10 +157,12 @@ void run(Arguments arguments) {
     }
     System system = pose(level, source, picture, to, from);
     {
-        const Progress progress;
+        Progress progress;
         for (int c = 0; c < 3; ++c)
-            system.solve(c, command.tolerance, command.iterations,
-                         [&] { progress.show(c, system.iterations[c], system.residual[c]); });
+            system.solve(c, command.tolerance, command.iterations, [&] {
+                progress.show("%s: iteration %d, residual %.2e", std::array{"red", "green", "blue"}[c],
+                              system.iterations[c], system.residual[c]);
+            });
     }
     for (int c = 0; c < 3; ++c)
         for (std::int64_t i = 0; i < to.width * to.height; ++i) {

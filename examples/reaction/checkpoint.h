@@ -1,4 +1,4 @@
-// Accounts of the whole grid, and checkpoints: a head, then the rows of U and of V as they lie in memory.
+// Accounts of the whole grid, and checkpoints: a head, then all rows of U, of V and of `keep` as in memory.
 #pragma once
 
 #include <fcntl.h>
@@ -6,15 +6,19 @@
 #include <zlib.h>
 
 #include <cerrno>
+#include <climits>
 #include <filesystem>
+#include <fstream>
+#include <optional>
 
+#include "common/files.h"
 #include "common/ranks.h"
 #include "grid.h"
 
 /// The sum of all rows' accounts, in the order of the grid wherever they come from. For rank 0.
 inline Account account(Ranks& ranks, Reaction& reaction) {
-    std::vector<Account> rows(reaction.height);
-    ranks.gather(reaction.accounts().data(), rows.data(), sizeof(Account), reaction.height);
+    std::vector<Account> rows(reaction.start.height);
+    ranks.gather(reaction.accounts().data(), rows.data(), sizeof(Account), reaction.start.height);
     Account all;
     for (const Account& row : rows) {
         all.mass += row.mass, all.change += row.change;
@@ -24,78 +28,86 @@ inline Account account(Ranks& ranks, Reaction& reaction) {
     return all;
 }
 
+/// What a run goes on from, whatever it is told. Words as they lie in memory, the lowest byte first.
 struct Head {
-    char kind[8] = {'r', 'e', 'a', 'c', 't', 'i', 'o', 'n'};
-    std::int64_t width, height, step;
-    float feed;
-    std::uint32_t checksum = 0;  // of what stands before it, and of the rows of U, V and `keep`
+    char kind[8] = {'r', 'e', 'a', 'c', 't', ' ', '2', '\n'};
+    std::int64_t step = 0;
+    Start start;
+    std::uint64_t checksum = 0;  // CRC-32 of what stands before it, and of each row's U, V and `keep`
 
-    Head(Ranks& ranks, Reaction& r, std::int64_t step)
-        : width(r.now.width), height(r.height), step(step), feed(r.feed) {
+    std::int64_t bytes() const { return sizeof(Head) + 12 * start.width * start.height; }
+    /// For rank 0.
+    std::uint32_t sum(Ranks& ranks, Reaction& r) const {
         const auto before = crc32(0, reinterpret_cast<const Bytef*>(this), offsetof(Head, checksum));
-        checksum = std::uint32_t(crc32_combine(before, account(ranks, r).checksum, 12 * width * height));
+        const auto rows = 12 * start.width * start.height;
+        return std::uint32_t(crc32_combine(before, account(ranks, r).checksum, rows));
     }
-    std::int64_t bytes() const { return sizeof(Head) + 8 * width * height; }
 };
+static_assert(sizeof(Head) == 56);  // no padding, which would be anything
+
+inline NamedFile checkpointFile(const std::string& path) {
+    return {"--checkpoint", path, ".state", std::string(Head().kind, sizeof Head().kind)};
+}
 
 inline bool transfer(const std::string& path, bool write, const Ranks& ranks, Head& head,
                      Reaction& reaction) {
     Cells& cells = reaction.now;
     File file(path, write);
-    if (!write || ranks.rank == 0) file.move(0, &head, sizeof head);
-    for (const int field : {0, 1})
+    if (write && ranks.rank == 0) file.move(0, &head, sizeof head);
+    for (const int field : {0, 1, 2})
         for (std::int64_t y = 1; y <= cells.rows; ++y)
-            file.move(sizeof head + 4 * cells.width * (field * reaction.height + reaction.first + y - 1),
-                      cells.row(field, y), int(4 * cells.width));
+            file.move(sizeof head + 4 * cells.width * (field * head.start.height + reaction.first + y - 1),
+                      field == 2 ? reaction.keepRow(y) : cells.row(field, y), 4 * cells.width);
     return file.close();
 }
 
 /// Replaces a checkpoint when the new one is complete and on the disk.
 inline void saveCheckpoint(Ranks& ranks, Reaction& reaction, const std::string& path, std::int64_t step) {
-    const std::filesystem::path target = absolute(std::filesystem::weakly_canonical(path)),
-                                part = target.string() + ".part";
-    Head head(ranks, reaction, step);
-    const auto check = [&](int error) {
-        if (error == 0) return;
-        unlink(part.c_str());
-        throw std::runtime_error(path + ": can't be written: " + std::strerror(error));
-    };
-    // Room for all of it first, since MPI tells little of a disk that fills up.
+    Head head{.step = step, .start = reaction.start};
+    head.checksum = head.sum(ranks, reaction);
+    const std::string part = partOf(path, ranks.least(ranks.rank == 0 ? getpid() : INT_MAX));
+    std::optional<PartFile> file;
+    // Room for all of it first: a full disk is told before any rank writes.
     together(ranks, [&] {
         if (ranks.rank != 0) return;
-        const int file = open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-        check(file < 0 ? errno : posix_fallocate(file, 0, head.bytes()));
-        close(file);
+        file.emplace(path);
+        if (const int error = posix_fallocate(file->descriptor, 0, head.bytes())) file->fail(error);
     });
-    together(ranks, [&, good = transfer(part, true, ranks, head, reaction)] { check(good ? 0 : EIO); });
+    together(ranks, [&, good = transfer(part, true, ranks, head, reaction)] {
+        if (!good) throw std::runtime_error(path + ": can't be written: " + std::strerror(EIO));
+    });
     together(ranks, [&] {
-        if (ranks.rank != 0) return;
-        const int directory = open(target.parent_path().c_str(), O_RDONLY);
-        check(rename(part.c_str(), target.c_str()) == 0 && fsync(directory) == 0 ? 0 : errno);
-        close(directory);
+        if (file) file->finish();
     });
 }
 
-/// Takes U and V from a checkpoint, and gives the number of steps done.
-inline std::int64_t loadCheckpoint(Ranks& ranks, Reaction& reaction, const std::string& path,
-                                   std::int64_t steps) {
-    Head head(ranks, reaction, 0);
-    const auto refuse = [&](const std::string& why) { throw std::runtime_error(path + ": " + why); };
-    together(ranks, [&] {
-        std::error_code error;
-        const auto found = std::int64_t(std::filesystem::file_size(path, error));
-        if (error) refuse(error.message());
-        if (found != head.bytes())
-            refuse(std::to_string(found) + " bytes; a checkpoint of this grid has " +
-                   std::to_string(head.bytes()));
-    });
+[[noreturn]] inline void refuse(const std::string& path, const std::string& why) {
+    throw std::runtime_error(path + ": " + why);
+}
+
+/// The head of a checkpoint, which is as long as it says.
+inline Head readHead(const std::string& path) {
+    Head head;
+    std::ifstream file(path, std::ios::binary);
+    std::error_code error;
+    const auto found = std::int64_t(std::filesystem::file_size(path, error));
+    if (error) refuse(path, error.message());
+    const auto& [width, height, feed, kill, seed] = head.start;
+    if (!file.read(reinterpret_cast<char*>(&head), sizeof head) ||
+        std::memcmp(head.kind, Head().kind, sizeof head.kind) != 0)
+        refuse(path, "isn't a checkpoint");
+    if (width < 1 || height < 1 || width > 65535 || height > 65535 || found != head.bytes())
+        refuse(path, std::to_string(found) + " bytes; a checkpoint of " + std::to_string(width) + "x" +
+                         std::to_string(height) + " cells has " + std::to_string(head.bytes()));
+    return head;
+}
+
+/// Takes U, V and `keep` from a checkpoint.
+inline void loadCheckpoint(Ranks& ranks, Reaction& reaction, const std::string& path, Head head) {
     const bool good = transfer(path, false, ranks, head, reaction);
-    const Head expected(ranks, reaction, head.step);
+    const std::uint32_t sum = head.sum(ranks, reaction);
     together(ranks, [&] {
-        if (!good) refuse("can't be read");
-        if (ranks.rank == 0 && std::memcmp(&head, &expected, sizeof head) != 0)
-            refuse("is damaged, or of another grid, photograph, --feed or --kill");
-        if (head.step > steps) refuse("is at step " + std::to_string(head.step) + " already");
+        if (!good) refuse(path, "can't be read");
+        if (ranks.rank == 0 && sum != head.checksum) refuse(path, "is damaged");
     });
-    return head.step;
 }

@@ -32,10 +32,17 @@ struct Account {
     std::uint32_t digest = 0, checksum = 0;
 };
 
+/// What a grid begins with, beside the photograph.
+struct Start {
+    std::int64_t width = 0, height = 0;
+    float feed = 0.04f, kill = 0.0605f;
+    std::int64_t seed = 1;
+};
+
 struct Reaction {
     static constexpr float spreadU = 0.1f, spreadV = 0.05f;  // for steps and cells of size 1
-    std::int64_t height, first;  // of the whole grid; which of its rows is row 1 here
-    float feed;
+    Start start;
+    std::int64_t first;  // which of the grid's rows is row 1 here
     Cells now, next = now;
     Floats keep = Floats(now.plane);  // which share of V stays for the next step, in the shape of a plane
 
@@ -47,12 +54,11 @@ struct Reaction {
     }
 
     /// U everywhere, V in squares that `seed` places. V dies faster where the photograph, if any, is light.
-    Reaction(std::int64_t width, std::int64_t height, int rank, int ranks, float feed, float kill,
-             unsigned seed, const Image& photograph)
-        : height(height),
-          first(height * rank / ranks),
-          feed(feed),
-          now(width, height * (rank + 1) / ranks - first) {
+    Reaction(const Start& start, int rank, int ranks, const Image& photograph)
+        : start(start),
+          first(start.height * rank / ranks),
+          now(start.width, start.height * (rank + 1) / ranks - first) {
+        const auto [width, height, feed, kill, seed] = start;
         // How light a pixel is: the share of the photograph that is darker.
         Floats light(photograph.channel[0].size()), sorted;
         for (int c = 0; c < 3; ++c)
@@ -69,7 +75,7 @@ struct Reaction {
                 keepRow(y)[x] += 0.0095f * (0.5f - light[from + x * photograph.width / width]);
         }
         // Every rank draws the squares of the whole grid, and sets what lies in its rows.
-        std::mt19937 random(seed);
+        std::mt19937 random{std::uint32_t(seed)};
         const std::int64_t side = std::min<std::int64_t>({width, height, 6});
         for (std::int64_t k = 0; k <= width * height / 120; ++k) {
             const std::int64_t x = random() % (width - side + 1),
@@ -99,8 +105,8 @@ struct Reaction {
             ZEL_Math::mul(eaten, eaten, u, num);
 
             neighbours(nextU, u);
-            ZEL_Math::scaleoffset(nextU, spreadU, feed, num);
-            ZEL_Math::madd(nextU, u, 1 - 4 * spreadU - feed, num);
+            ZEL_Math::scaleoffset(nextU, spreadU, start.feed, num);
+            ZEL_Math::madd(nextU, u, 1 - 4 * spreadU - start.feed, num);
             ZEL_Math::sub(nextU, nextU, eaten, num);
 
             neighbours(nextV, v);
@@ -112,6 +118,7 @@ struct Reaction {
         }
     }
 
+    /// Rows and scratch begin on 16 bytes: a sum has one order with lanes, too, whatever the flag.
     std::vector<Account> accounts() {
         std::vector<Account> rows(now.rows);
 #pragma omp parallel for schedule(static)
@@ -121,10 +128,10 @@ struct Reaction {
             };
             float* x = scratch(now.width);
             ZEL_Math::set(x, 1, now.width);
-            const double mass = ZEL_Math::dotSISD(now.row(1, y), x, now.width);
+            const double mass = ZEL_Math::dotSIMD(now.row(1, y), x, now.width);
             ZEL_Math::sub(x, now.row(1, y), next.row(1, y), now.width);
             const std::uint32_t digest = crc(crc(0, now.row(0, y)), now.row(1, y));
-            rows[y - 1] = {mass, ZEL_Math::dotSISD(x, x, now.width), digest, crc(digest, keepRow(y))};
+            rows[y - 1] = {mass, ZEL_Math::dotSIMD(x, x, now.width), digest, crc(digest, keepRow(y))};
         }
         return rows;
     }

@@ -1,6 +1,7 @@
 // A reaction that draws: Gray and Scott's equations on a periodic grid, by OpenMP's threads and MPI's ranks.
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <set>
 #include <tuple>
 
@@ -8,6 +9,7 @@
 #include "checkpoint.h"
 #include "common/arguments.h"
 #include "common/image_io.h"
+#include "common/progress.h"
 
 constexpr const char* help = R"(usage: reaction [INPUT.exr] OUTPUT.png [OPTION]...
 
@@ -19,9 +21,9 @@ U into V and is killed: faster where a photograph is light. Any number of ranks 
   --feed F, --kill K  rates, 0 to 0.1 (0.04, 0.0605); with INPUT, the mean of K
   --seed S            chooses the places where V starts (1)
   --report N          tell the mass of V and its change every N steps (at the end only)
-  --checkpoint FILE   keep the state in FILE, at the end and every so many steps
+  --checkpoint FILE   keep the state in FILE.state, at the end and every so many steps
   --every N           how many (1000)
-  --resume FILE       go on from a checkpoint, with INPUT, size and rates as they were
+  --resume FILE       go on from a checkpoint, which has the size, the rates and what INPUT made of them
   --flag set|clear    the library's flag (set)
 
 mpirun -n sets the ranks, OMP_NUM_THREADS the threads of each. Change is the sum of the squares of V's changes in the
@@ -30,32 +32,50 @@ last step, the digest the CRC-32 of the cells: the first row of U, that of V, th
 
 struct Command {
     std::vector<std::string> files;
-    std::string save, resume, flag = "set";
-    std::int64_t width = 0, height = 0;
-    double steps = 4000, feed = 0.04, kill = 0.0605, seed = 1, report = 1e9, every = 0;
+    std::string flag = "set";
+    std::optional<std::string> save, resume;
+    std::optional<std::pair<std::int64_t, std::int64_t>> size;
+    std::optional<double> feed, kill, seed;  // where not given, a checkpoint's or the defaults
+    double steps = 4000, report = 1e9, every = 0;
 
     void parse(Arguments words) {
-        const auto number = [&](double& to, double lowest, double highest) {
-            return [=, &to, &words](auto& option) { to = words.number(option, lowest, highest); };
+        const auto number = [&](auto& to, double lowest, double highest, Arguments::Kind kind) {
+            return [=, &to, &words](auto& option) { to = words.number(option, lowest, highest, kind); };
         };
-        files = words.files(
-            {{"--steps", number(steps, 0, 1e9)},
-             {"--feed", number(feed, 0, 0.1)},
-             {"--kill", number(kill, 0, 0.1)},
-             {"--seed", number(seed, 0, 1e9)},
-             {"--report", number(report, 1, 1e9)},
-             {"--every", number(every, 1, 1e9)},
-             {"--size", [&](auto& option) { std::tie(width, height) = words.size(option, 65535); }},
-             {"--checkpoint", [&](auto& option) { save = words.value(option); }},
-             {"--flag",
-              [&](auto& option) {
-                  flag = words.oneOf(option, {"set", "clear"});
-              }},
-             {"--resume", [&](auto& option) { resume = words.value(option); }}});
+        files = words.files({
+            {"--steps", number(steps, 0, 1e9, Arguments::whole)},
+            {"--feed", number(feed, 0, 0.1, Arguments::any)},
+            {"--kill", number(kill, 0, 0.1, Arguments::any)},
+            {"--seed", number(seed, 0, 1e9, Arguments::whole)},
+            {"--report", number(report, 1, 1e9, Arguments::whole)},
+            {"--every", number(every, 1, 1e9, Arguments::whole)},
+            {"--size", [&](auto& option) { size = words.size(option, 65535); }},
+            {"--checkpoint", [&](auto& option) { save = words.value(option); }},
+            {"--flag",
+             [&](auto& option) {
+                 flag = words.oneOf(option, {"set", "clear"});
+             }},
+            {"--resume", [&](auto& option) { resume = words.value(option); }},
+        });
         if (files.empty() || files.size() > 2) throw std::runtime_error("it takes [INPUT.exr] OUTPUT.png");
-        if (save.empty() ? every > 0 : save == files.back())
-            throw std::runtime_error("--every needs --checkpoint, and that a file of its own");
+        std::vector<NamedFile> named = {pngOutput(files.back())};
+        if (files.size() > 1) named.push_back({"the input", files[0]});
+        if (save) named.push_back(checkpointFile(*save));
+        if (resume) named.push_back({"--resume", *resume});
+        checkFiles(named);
+        if (every > 0 && !save) throw std::runtime_error("--every needs --checkpoint");
         if (every == 0) every = 1000;
+    }
+    /// What a grid begins with: what is given, else a checkpoint's, else the defaults.
+    Start start(const Image& photograph, const Head* head) const {
+        Start start = head ? head->start : Start{photograph.width, photograph.height};
+        if (size) std::tie(start.width, start.height) = *size;
+        if (feed) start.feed = float(*feed);
+        if (kill) start.kill = float(*kill);
+        if (seed) start.seed = std::int64_t(*seed);
+        if (head && std::memcmp(&start, &head->start, sizeof start) != 0)
+            refuse(*resume, "was made with other values of --size, --feed, --kill or --seed; leave them out");
+        return start;
     }
 };
 
@@ -67,30 +87,44 @@ static void run(Ranks& ranks, const Arguments& arguments) {
     Command command;
     std::vector<std::string> notes;
     std::unique_ptr<Reaction> made;
+    Head head;
     together(ranks, [&] {
+#ifndef WITH_MPI
+        // mpirun would start it several times over, each for the whole grid and all for one file.
+        for (const char* size : {"OMPI_COMM_WORLD_SIZE", "PMI_SIZE"})
+            if (const char* ranks = std::getenv(size); ranks && ranks != std::string("1"))
+                throw std::runtime_error("was built where there was no MPI, and can't run under mpirun");
+#endif
         command.parse(arguments);
-        auto& [files, save, resume, flag, width, height, steps, feed, kill, seed, report, every] = command;
-        checkOutput(files.back(), files.size() > 1 ? files[0] : "");
-        if (!save.empty()) checkOutput(save, files[0]);
-        const Image photograph = files.size() > 1 ? readExr(files[0], notes) : Image{512, 512, {}};
-        if (width == 0) width = photograph.width, height = photograph.height;
-        if (height < ranks.count)
-            throw std::runtime_error("--size: " + std::to_string(height) + " rows are too few for " +
+        if (command.resume) head = readHead(*command.resume);
+        if (head.step > command.steps)
+            refuse(*command.resume, "is at step " + std::to_string(head.step) + " already");
+        const bool drawn = command.files.size() > 1;
+        const Image photograph = drawn ? readExr(command.files[0], notes) : Image{512, 512, {}};
+        const Start start = command.start(photograph, command.resume ? &head : nullptr);
+        if (start.height < ranks.count)
+            throw std::runtime_error("--size: " + std::to_string(start.height) + " rows are too few for " +
                                      std::to_string(ranks.count) + " ranks");
-        made = std::make_unique<Reaction>(width, height, ranks.rank, ranks.count, float(feed), float(kill),
-                                          unsigned(seed), photograph);
+        made = std::make_unique<Reaction>(start, ranks.rank, ranks.count, photograph);
     });
     Reaction& reaction = *made;
-    const std::int64_t steps = std::int64_t(command.steps), width = command.width, height = command.height,
-                       rows = reaction.now.rows;
-    const std::int64_t begin =
-        command.resume.empty() ? 0 : loadCheckpoint(ranks, reaction, command.resume, steps);
+    const auto [width, height, feed, kill, seed] = reaction.start;
+    const std::int64_t steps = std::int64_t(command.steps), begin = head.step, rows = reaction.now.rows;
+    if (command.resume) {
+        const bool drawn = command.files.size() > 1;
+        const Floats keep = drawn ? reaction.keep : Floats();
+        loadCheckpoint(ranks, reaction, *command.resume, head);
+        together(ranks, [&] {
+            if (drawn && keep != reaction.keep)
+                refuse(*command.resume, "was made with another photograph; leave it out");
+        });
+    }
     for (std::int64_t y = 1; y <= rows; ++y) reaction.now.joinEnds(y);
     ZEL_Math::forceSIMD(command.flag == "set");
     for (const auto& note : notes) std::printf("%s\n", note.c_str());
 
-    const bool watched = ranks.rank == 0 && isatty(2);
-    double seconds = 0, shown = 0;
+    Progress progress(ranks.rank == 0);
+    double seconds = 0;
     for (std::int64_t done = begin + 1; done <= steps; ++done) {
         const auto start = std::chrono::steady_clock::now();
         for (const int field : {0, 1}) {
@@ -102,17 +136,15 @@ static void run(Ranks& ranks, const Arguments& arguments) {
         for (const std::int64_t y : std::set{std::int64_t{1}, rows}) reaction.advance(y, y);
         std::swap(reaction.now, reaction.next);
         seconds += since(start);
-        if (watched && seconds > shown + 0.2)
-            std::fprintf(stderr, "step %ld of %ld, %.0f s left\033[K\r", done, steps,
-                         (shown = seconds) / double(done - begin) * double(steps - done));
+        progress.show("step %ld of %ld, %.0f s left", done, steps,
+                      seconds / double(done - begin) * double(steps - done));
         if (done == steps || done % std::int64_t(command.report) == 0) {
             const Account grid = account(ranks, reaction);
             std::printf("step %ld: mass of V %.17g, change %.17g\n", done, grid.mass, grid.change);
         }
-        if (!command.save.empty() && (done == steps || done % std::int64_t(command.every) == 0))
-            saveCheckpoint(ranks, reaction, command.save, done);
+        if (command.save && (done == steps || done % std::int64_t(command.every) == 0))
+            saveCheckpoint(ranks, reaction, *command.save, done);
     }
-    if (watched) std::fputs("\033[K", stderr);
 
     std::vector<std::uint8_t> picture(ranks.rank == 0 ? 3 * width * height : 0);
     ranks.gather(reaction.picture().data(), picture.data(), 3 * width, height);
