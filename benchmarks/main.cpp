@@ -88,7 +88,7 @@ void enroll(const bench::Kernel& row, const char* who, void (*run)(const Data&, 
 template <class Reporter>
 class Whole : public Reporter {
 public:
-    explicit Whole(std::ostream& to) : to(to) {}
+    explicit Whole(std::ostream& to, auto... options) : Reporter(options...), to(to) {}
     bool ReportContext(const typename Reporter::Context& context) override {
         this->SetOutputStream(&to);
         return begun || (begun = Reporter::ReportContext(context));
@@ -167,7 +167,8 @@ int main(int argc, char** argv) {
                 return 1;
             }
 
-    Whole<benchmark::ConsoleReporter> screen(std::cout);
+    using Screen = benchmark::ConsoleReporter;
+    Whole<Screen> screen(std::cout, isatty(STDOUT_FILENO) ? Screen::OO_Color : Screen::OO_None);
     Whole<benchmark::JSONReporter> json(file);
     // One kernel after the other, so that rows come as they are ready; its own rows are mixed.
     for (std::size_t k = 0; k < rows.size(); ++k) {
