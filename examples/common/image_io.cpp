@@ -169,7 +169,7 @@ void writeBytes(png_structp png, png_bytep bytes, std::size_t size) {
 /// libpng leaves by longjmp, so nothing in here may need a destructor. Failing, it leaves a
 /// reason in `reason`.
 bool encode(int descriptor, png_uint_32 width, png_uint_32 height, int bits, const std::uint8_t* bytes,
-            std::string& reason) {
+            Progress* progress, std::string& reason) {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &reason, onPngError, onPngWarning);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     if (!info || setjmp(png_jmpbuf(png))) {
@@ -181,8 +181,10 @@ bool encode(int descriptor, png_uint_32 width, png_uint_32 height, int bits, con
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
     png_write_info(png, info);
-    for (png_uint_32 y = 0; y < height; ++y)
+    for (png_uint_32 y = 0; y < height; ++y) {
+        if (progress) progress->show("writing: %d %%", int(100ll * y / height));
         png_write_row(png, bytes + std::size_t{y} * width * 3 * (bits / 8));
+    }
     png_write_end(png, info);
     png_destroy_write_struct(&png, &info);
     return true;
@@ -208,11 +210,11 @@ Image readExr(const std::string& path, std::vector<std::string>& notes) {
 }
 
 void writePng(const std::string& path, std::int64_t width, std::int64_t height, int bits,
-              const std::vector<std::uint8_t>& bytes) {
+              const std::vector<std::uint8_t>& bytes, Progress* progress) {
     PartFile file(path);
     std::string reason = "libpng has no memory";
     if (!encode(file.descriptor, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), bits,
-                bytes.data(), reason))
+                bytes.data(), progress, reason))
         throw std::runtime_error(path + ": can't be written: " + reason);
     file.finish();
 }

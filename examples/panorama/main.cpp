@@ -96,8 +96,12 @@ void run(const Command& command) {
 
     const Brightness brightness = measure(panorama);
     const double stops = command.exposure.value_or(automaticExposure(brightness));
-    const Picture picture = render(Scene(panorama, options, stops));
-    writePng(output, picture.width, picture.height, options.bits, picture.bytes);
+    const Picture picture = [&] {
+        Progress progress;
+        Picture made = render(Scene(panorama, options, stops), progress);
+        writePng(output, made.width, made.height, options.bits, made.bytes, &progress);
+        return made;
+    }();
 
     const double pixels = double(picture.width * picture.height);
     std::printf("%s, %lld x %lld\n", input.c_str(), (long long)panorama.width, (long long)panorama.height);

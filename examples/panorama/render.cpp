@@ -51,19 +51,22 @@ std::vector<Step> steps(const Options& options) {
     return all;
 }
 
-Picture render(const Scene& scene) {
+Picture render(const Scene& scene, Progress& progress) {
     const auto [width, height] = scene.size();
+    const std::int64_t size = width * height, bytes = scene.options.bits / 8;
     Picture picture{width, height, {}};
-    picture.bytes.reserve(width * height * 3 * scene.options.bits / 8);
-    for (std::int64_t first = 0; first < width * height; first += Strip::longest) {
-        Strip strip(first, std::min(Strip::longest, width * height - first));
-        for (const Step& step : steps(scene.options)) step.run(scene, strip);
+    picture.bytes.resize(size * 3 * bytes);
+    std::uint8_t* to = picture.bytes.data();
+    const std::vector<Step> all = steps(scene.options);
+    for (std::int64_t first = 0; first < size; first += Strip::longest) {
+        progress.show("computing: %d %%", int(100 * first / size));
+        Strip strip(first, std::min(Strip::longest, size - first));
+        for (const Step& step : all) step.run(scene, strip);
         picture.blown += strip.blown;
         for (std::int64_t i = 0; i < strip.count; ++i)
             for (int c = 0; c < 3; ++c) {
-                if (scene.options.bits == 16) picture.bytes.push_back(std::uint8_t(strip.word[c][i] >> 8));
-                picture.bytes.push_back(
-                    std::uint8_t(scene.options.bits == 8 ? strip.byte[c][i] : strip.word[c][i]));
+                if (bytes == 2) *to++ = std::uint8_t(strip.word[c][i] >> 8);
+                *to++ = std::uint8_t(bytes == 1 ? strip.byte[c][i] : strip.word[c][i]);
             }
     }
     return picture;

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "common/progress.h"
 #include "scene.h"
 
 struct Brightness {
@@ -19,4 +20,4 @@ struct Picture {
     std::vector<std::uint8_t> bytes;  // as the PNG writer takes them
     std::int64_t blown = 0;           // pixels with a channel at 1 or above
 };
-Picture render(const Scene& scene);
+Picture render(const Scene& scene, Progress& progress);
