@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the examples as their user would: examples_test.sh panorama|poisson|reaction|signals|split|resume|kill|pages DIRECTORY
-# The last five need MPI. DIRECTORY has the programs.
+# Runs the examples as their user would, ASPECT being one of the functions below: examples_test.sh ASPECT DIRECTORY
+# DIRECTORY has the programs. Those from signals to pages need MPI.
 set -uo pipefail
 bin=$2 tree=$(cd "$(dirname "$0")/.." && pwd) failures=0
 export OMP_WAIT_POLICY=passive ASAN_OPTIONS=detect_leaks=0
@@ -177,6 +177,18 @@ pages() {
             bash -c "$line --steps 50" >said 2>complaint && grep -q ', 2 ranks' said || fault "$page: $line: $(<complaint)"
         done
     done
+}
+
+# README's two variables are enough for CMake and pkg-config after its own install.
+installed() {
+    cmake --install "$bin/.." --prefix "$PWD/zel" >../said || fault "no install"
+    export HOME=$PWD
+    eval "$(grep -E '^    export ' "$tree/README.md")"
+    cmake -S "$tree/examples/first" -B first >../said && cmake --build first >>../said && [[ $(first/first) == 750 ]] ||
+        fault "by find_package: $(<../said)"
+    # shellcheck disable=SC2046  # the flags are words
+    g++ "$tree/examples/first/first.cpp" $(pkg-config --cflags --libs zel) -Wl,-rpath,"$HOME/zel/lib" -o words &&
+        [[ $(./words) == 750 ]] || fault "by pkg-config"
 }
 
 $1

@@ -50,6 +50,16 @@ public:
         }
         return x;
     }
+    /// Some of them, with commas.
+    std::vector<double> numbers(const std::string& option, double lowest, double highest) {
+        std::vector<double> all;
+        std::string text = value(option) + ",";
+        for (std::size_t comma; (comma = text.find(',')) != std::string::npos; text.erase(0, comma + 1)) {
+            attached = text.substr(0, comma);
+            all.push_back(number(option, lowest, highest));
+        }
+        return all;
+    }
     std::string oneOf(const std::string& option, std::initializer_list<const char*> names) {
         const std::string text = value(option);
         std::string all;

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numbers>
 #include <optional>
 #include <tuple>
 
@@ -20,9 +21,11 @@ Shows what a camera in the middle of an equirectangular HDR panorama sees. Optio
   --yaw DEG         turn to the right, any number (0: the middle of the panorama)
   --pitch DEG       look up, -90 to 90 (0)
   --fov DEG         width of the view, above 0 and below 180 (100)
-  --size WxH        size of the picture, 1 to 16384 each way (960x540)
+  --size WxH        size of the picture, 1 to 16384 each way. Without it, 16 by 9 at the panorama's own resolution
+                    in the middle of the view: more would show no more.
   --exposure STOPS  multiply the light by 2 to the power STOPS, -100 to 100. Without it the panorama's typical
-                    luminance becomes 0.22; the report tells the STOPS that give the same.
+                    luminance becomes 0.22; the report tells the STOPS that give the same. Several numbers, with
+                    commas, make pictures side by side.
   --offset V        add V to all light after exposure (0)
   --tone NAME       tone curve: filmic, reinhard or none (filmic)
   --mark-clipped    paint magenta what is blown: pixels with a channel at 1 or above after the tone curve
@@ -39,7 +42,7 @@ is at most 0.0016 off.
 struct Command {
     std::vector<std::string> files;
     Options options;
-    std::optional<double> exposure;
+    std::vector<double> exposures;  // none: the automatic one
     bool report = false;
 };
 
@@ -68,7 +71,7 @@ Command parse(Arguments arguments) {
          [&](auto& option) {
              options.tone = oneOf(viewOption = option, {"filmic", "reinhard", "none"});
          }},
-        {"--exposure", [&](auto& option) { command.exposure = arguments.number(option, -100, 100); }},
+        {"--exposure", [&](auto& option) { command.exposures = arguments.numbers(option, -100, 100); }},
         {"--offset", [&](auto& option) { options.offset = float(arguments.number(option, -1e30, 1e30)); }},
         {"--mark-clipped", [&](auto&) { options.markClipped = true; }},
         {"--report", [&](auto&) { command.report = true; }},
@@ -84,24 +87,52 @@ Command parse(Arguments arguments) {
         throw std::runtime_error("--flat shows the panorama as it lies, so " + viewOption +
                                  " can't go with it");
     if (options.flat) options.tone = "none";
+    if (command.report && command.exposures.size() > 1)
+        throw std::runtime_error("--report takes its times at one exposure");
     return command;
 }
 
-void run(const Command& command) {
+/// Pictures of one size, side by side.
+Picture join(const std::vector<Picture>& pictures) {
+    Picture all{0, pictures[0].height, {}};
+    const std::size_t row = pictures[0].bytes.size() / std::size_t(all.height);
+    for (const Picture& p : pictures) all.width += p.width, all.blown += p.blown;
+    for (std::size_t y = 0; y < std::size_t(all.height); ++y)
+        for (const Picture& p : pictures)
+            all.bytes.insert(all.bytes.end(), &p.bytes[y * row], &p.bytes[y * row] + row);
+    return all;
+}
+
+void run(Command command) {
     const std::string &input = command.files[0], &output = command.files[1];
-    const Options& options = command.options;
+    Options& options = command.options;
     checkFiles({{"the input", input}, pngOutput(output)});
     std::vector<std::string> notes;
     const Image panorama = readExr(input, notes);
+    if (options.width == 0) {
+        const double texels =
+            double(panorama.width) / std::numbers::pi * std::tan(options.fov * std::numbers::pi / 360);
+        options.width = std::int64_t(std::clamp(texels, 16.0, 16384.0));
+        options.height = options.width * 9 / 16;
+    }
 
     const Brightness brightness = measure(panorama);
-    const double stops = command.exposure.value_or(automaticExposure(brightness));
-    const Picture picture = [&] {
+    const bool automatic = command.exposures.empty();
+    if (automatic) command.exposures = {automaticExposure(brightness)};
+    Picture picture;
+    std::string stops;
+    {
         Progress progress;
-        Picture made = render(Scene(panorama, options, stops), progress);
-        writePng(output, made.width, made.height, options.bits, made.bytes, &progress);
-        return made;
-    }();
+        std::vector<Picture> pictures;
+        for (const double exposure : command.exposures) {
+            pictures.push_back(render(Scene(panorama, options, exposure), progress));
+            char text[40];
+            std::snprintf(text, sizeof text, "%s%+.10g", stops.empty() ? "" : ", ", exposure);
+            stops += text;
+        }
+        picture = pictures.size() > 1 ? join(pictures) : std::move(pictures[0]);
+        writePng(output, picture.width, picture.height, options.bits, picture.bytes, &progress);
+    }
 
     const double pixels = double(picture.width * picture.height);
     std::printf("%s, %lld x %lld\n", input.c_str(), (long long)panorama.width, (long long)panorama.height);
@@ -114,11 +145,12 @@ void run(const Command& command) {
         std::printf("  view       yaw %g, pitch %g, %g degrees wide, tone curve %s\n", options.yaw,
                     options.pitch, options.fov, options.tone.c_str());
     std::printf("  luminance  mean %g, typical %g\n", brightness.mean, brightness.typical);
-    std::printf("  exposure   %+.10g stops%s, offset %g\n", stops, command.exposure ? "" : " (automatic)",
+    std::printf("  exposure   %s stops%s, offset %g\n", stops.c_str(), automatic ? " (automatic)" : "",
                 options.offset);
     std::printf("  blown      %lld pixels, %.2g %%%s\n", (long long)picture.blown,
                 100 * double(picture.blown) / pixels, options.markClipped ? ", marked" : "");
-    if (command.report) report(panorama, options, command.exposure);
+    if (command.report)
+        report(panorama, options, automatic ? std::nullopt : std::optional(command.exposures[0]));
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 
 struct Options {
     double yaw = 0, pitch = 0, fov = 100;  // degrees; fov is the width of the view
-    std::int64_t width = 960, height = 540;
+    std::int64_t width = 0, height = 0;
     float offset = 0;
     std::string tone = "filmic";
     bool markClipped = false, flat = false;
