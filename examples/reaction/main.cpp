@@ -108,7 +108,7 @@ static void run(Ranks& ranks, const Arguments& arguments) {
         made = std::make_unique<Reaction>(start, ranks.rank, ranks.count, photograph);
     });
     Reaction& reaction = *made;
-    const auto [width, height, feed, kill, seed] = reaction.start;
+    const std::int64_t width = reaction.start.width, height = reaction.start.height;
     const std::int64_t steps = std::int64_t(command.steps), begin = head.step, rows = reaction.now.rows;
     if (command.resume) {
         const bool drawn = command.files.size() > 1;
