@@ -40,8 +40,8 @@ const char* agreement(const bench::Kernel& row, void (*peer)(const Data&, Count)
     return written[0] == written[1] ? "same bits" : "other bits";
 }
 
-void measure(benchmark::State& state, const bench::Kernel& row, void (*run)(const Data&, Count), bool flag,
-             bool apart, const char* label) {
+void measure(benchmark::State& state, const bench::Kernel& row, void (*run)(const Data&, Count), bool flag, bool apart,
+             const char* label) {
     const Count n = state.range(0);
     const Data q = bench::makeData(apart);
     // No row makes numbers that are slower than those it found, so they are written once; filling takes
@@ -78,15 +78,14 @@ void enroll(const bench::Kernel& row, const char* who, void (*run)(const Data&, 
             const char* label) {
     if (!chosen(row, who)) return;
     ++theEnrolled;
-    auto* b = benchmark::RegisterBenchmark((std::string(row.name) + "/" + who).c_str(), measure,
-                                           std::cref(row), run, flag, apart, label);
+    auto* b = benchmark::RegisterBenchmark((std::string(row.name) + "/" + who).c_str(), measure, std::cref(row), run,
+                                           flag, apart, label);
     for (const Count n : sizes)
         if ((n >= 4 || std::strcmp(who, "straight") != 0) && (n <= 1 << 20 || !apart)) b->Arg(n);
 }
 
 /// A reporter of all kernels' runs, which are runs by themselves: one context, one end.
-template <class Reporter>
-class Whole : public Reporter {
+template <class Reporter> class Whole : public Reporter {
 public:
     explicit Whole(std::ostream& to, auto... options) : Reporter(options...), to(to) {}
     bool ReportContext(const typename Reporter::Context& context) override {
@@ -110,8 +109,8 @@ private:
 // its own phase.
 Data bench::makeData(bool apart) {
     constexpr std::size_t stride = largest * sizeof(double) + 65536;
-    static auto* const memory = static_cast<char*>(mmap(nullptr, 13 * stride, PROT_READ | PROT_WRITE,
-                                                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    static auto* const memory = static_cast<char*>(
+        mmap(nullptr, 13 * stride, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
     std::size_t k = 0;
     Data q;
     bench::each(q, [&]<class T>(T*& array) {
@@ -128,8 +127,7 @@ int main(int argc, char** argv) {
     if (mode == "--chains") return bench::printChains(), 0;
     if (mode == "--against" && argc > 2) {
         std::vector<Count> counts;
-        for (int k = 4; k < argc; ++k)
-            counts.push_back(std::clamp<Count>(std::atoll(argv[k]), 1, bench::largest));
+        for (int k = 4; k < argc; ++k) counts.push_back(std::clamp<Count>(std::atoll(argv[k]), 1, bench::largest));
         return bench::compareWith(argv[2], argc > 3 ? argv[3] : "", counts);
     }
 
@@ -182,8 +180,7 @@ int main(int argc, char** argv) {
                     enroll(row, who, peer.run, false, false,
                            agreement(row, peer.run, std::strcmp(who, "straight") == 0));
         if (theEnrolled == 0) continue;
-        if (isatty(STDERR_FILENO))
-            std::fprintf(stderr, "%zu of %zu: %s\033[K\r", k + 1, rows.size(), row.name);
+        if (isatty(STDERR_FILENO)) std::fprintf(stderr, "%zu of %zu: %s\033[K\r", k + 1, rows.size(), row.name);
         benchmark::RunSpecifiedBenchmarks(&screen, file.is_open() ? &json : nullptr);
         benchmark::ClearRegisteredBenchmarks();
         theEnrolled = 0;

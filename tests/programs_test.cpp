@@ -54,8 +54,7 @@ double srgb(double x) {
 /// Half a sample by rounding, 0.0016 by the curve that is made of roots, and what floats before it cost.
 constexpr double error = 0.5 / 255 + 0.0016 + 0.0004;
 
-void expectPicture(const std::string& path,
-                   const std::function<double(std::int64_t pixel, int channel)>& light) {
+void expectPicture(const std::string& path, const std::function<double(std::int64_t pixel, int channel)>& light) {
     const Doubles got = samples(path);
     for (std::size_t i = 0; i < got.size(); ++i)
         ASSERT_NEAR(got[i], srgb(light(std::int64_t(i) / 3, int(i % 3))), error)
@@ -99,8 +98,7 @@ TEST(Panorama, ViewIsThatOfLoopsInDouble) {
     run(command + "reinhard");
     expectPicture("view.png", [&](auto pixel, int c) {
         double l = 0;
-        for (int k = 0; k < 3; ++k)
-            l += std::array{0.2126, 0.7152, 0.0722}[k] * std::max(light(pixel, k), 0.0);
+        for (int k = 0; k < 3; ++k) l += std::array{0.2126, 0.7152, 0.0722}[k] * std::max(light(pixel, k), 0.0);
         return std::max(light(pixel, c), 0.0) * (1 + l / 16) / (1 + l);
     });
 }
@@ -131,8 +129,7 @@ TEST(Poisson, FilledRectangleIsThatOfLoopsInDouble) {
                         const bool inside = nx >= 0 && ny >= 0 && nx < width && ny < height;
                         const double w = weight(fromLeft + x, fromTop + y, dx, dy);
                         sum += w * (inside ? v[ny * width + nx]
-                                           : level(c, left + nx, top + ny) -
-                                                 level(c, fromLeft + nx, fromTop + ny));
+                                           : level(c, left + nx, top + ny) - level(c, fromLeft + nx, fromTop + ny));
                         weights += w;
                     }
                     v[y * width + x] = sum / weights;
@@ -180,8 +177,7 @@ TEST(Reaction, CellsAndSumsAreThoseOfAPlainLoop) {
         for (int x = width / 4 * 4; x < width; ++x) total += double(term(row * width + x));
         for (int block = 0; block < width / 4 * 4; block += 1024) {
             float lane[4] = {};
-            for (int x = block; x < std::min(block + 1024, width / 4 * 4); ++x)
-                lane[x % 4] += term(row * width + x);
+            for (int x = block; x < std::min(block + 1024, width / 4 * 4); ++x) lane[x % 4] += term(row * width + x);
             total += double(lane[0] + lane[1] + lane[2] + lane[3]);
         }
         return total;

@@ -38,8 +38,8 @@ public:
         char* end = nullptr;
         const double x = std::strtod(text.c_str(), &end);
         if (text.empty() || *end || !std::isfinite(x) || (kind == whole && x != std::round(x)))
-            throw std::runtime_error(option + " takes a " + (kind == whole ? "whole " : "") +
-                                     "number, not '" + text + "'");
+            throw std::runtime_error(option + " takes a " + (kind == whole ? "whole " : "") + "number, not '" + text +
+                                     "'");
         if (x < lowest || x > highest || (kind == inside && (x == lowest || x == highest))) {
             char range[80];
             std::snprintf(range, sizeof range,
@@ -74,10 +74,10 @@ public:
         const std::string text = value(option);
         long long width = 0, height = 0;
         int read = 0;
-        if (std::sscanf(text.c_str(), "%6lldx%6lld%n", &width, &height, &read) != 2 ||
-            read != int(text.size()) || width < 1 || height < 1 || width > largest || height > largest)
-            throw std::runtime_error(option + " takes a width and a height from 1 to " +
-                                     std::to_string(largest) + ", as in 640x480, not '" + text + "'");
+        if (std::sscanf(text.c_str(), "%6lldx%6lld%n", &width, &height, &read) != 2 || read != int(text.size()) ||
+            width < 1 || height < 1 || width > largest || height > largest)
+            throw std::runtime_error(option + " takes a width and a height from 1 to " + std::to_string(largest) +
+                                     ", as in 640x480, not '" + text + "'");
         return {width, height};
     }
 
@@ -92,8 +92,7 @@ public:
                 continue;
             }
             const auto option = options.find(name);
-            if (option == options.end())
-                throw std::runtime_error("unknown option " + name + "; --help lists them all");
+            if (option == options.end()) throw std::runtime_error("unknown option " + name + "; --help lists them all");
             if (name != word) attached = word.substr(name.size() + 1);
             option->second(name);
             if (attached) throw std::runtime_error(name + " takes no value, so not '" + *attached + "'");

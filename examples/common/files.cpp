@@ -31,8 +31,7 @@ const auto theIgnored = [] {
     std::vector<int> ignored;
     struct sigaction before;
     for (const int signal : endings)
-        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN)
-            ignored.push_back(signal);
+        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) ignored.push_back(signal);
     return ignored;
 }();
 
@@ -55,8 +54,7 @@ void checkOutput(const NamedFile& file) {
     } else if (kind != fs::file_type::regular) {
         refuse(file, "isn't a file to write to");
     } else {
-        if (access(file.path.c_str(), R_OK | W_OK) != 0)
-            refuse(file, std::string("is there: ") + std::strerror(errno));
+        if (access(file.path.c_str(), R_OK | W_OK) != 0) refuse(file, std::string("is there: ") + std::strerror(errno));
         std::string start(file.start.size(), 0);
         std::ifstream(file.path).read(start.data(), std::streamsize(start.size()));
         if (fs::file_size(file.path) > 0 && start != file.start)
@@ -64,8 +62,7 @@ void checkOutput(const NamedFile& file) {
     }
     const fs::path parent = fs::path(targetOf(file.path)).parent_path();
     if (!fs::is_directory(parent, error)) refuse(file, "is to go to a directory that doesn't exist");
-    if (access(parent.c_str(), W_OK) != 0)
-        refuse(file, std::string("can't go there: ") + std::strerror(errno));
+    if (access(parent.c_str(), W_OK) != 0) refuse(file, std::string("can't go there: ") + std::strerror(errno));
 }
 
 }  // namespace
@@ -77,8 +74,7 @@ void checkFiles(const std::vector<NamedFile>& files) {
         if (file.ending.empty()) continue;
         checkOutput(file);
         for (const NamedFile& other : files)
-            if (&other != &file && same(file.path, other.path))
-                refuse(file, "is the same file as " + other.role);
+            if (&other != &file && same(file.path, other.path)) refuse(file, "is the same file as " + other.role);
     }
 }
 
@@ -104,9 +100,7 @@ PartFile::~PartFile() {
     thePart = nullptr;
 }
 
-void PartFile::fail(int error) const {
-    throw std::runtime_error(path + ": can't be written: " + std::strerror(error));
-}
+void PartFile::fail(int error) const { throw std::runtime_error(path + ": can't be written: " + std::strerror(error)); }
 
 void PartFile::finish() {
     const fs::path target = targetOf(path);

@@ -11,9 +11,7 @@ struct NamedFile {
     std::string ending = {}, start = {};
 };
 
-inline NamedFile pngOutput(const std::string& path) {
-    return {"the output", path, ".png", "\x89PNG\r\n\x1a\n"};
-}
+inline NamedFile pngOutput(const std::string& path) { return {"the output", path, ".png", "\x89PNG\r\n\x1a\n"}; }
 
 /// Tells before any work, by an exception of one line, what would go wrong or destroy a file. A file to be
 /// written has the ending of its kind. One that is there already is empty or begins as its kind does. It is

@@ -7,22 +7,19 @@
 #include <new>
 #include <vector>
 
-template <class T>
-struct CacheLineAllocator {
+template <class T> struct CacheLineAllocator {
     using value_type = T;
     static constexpr std::align_val_t line{64};
 
     CacheLineAllocator() = default;
-    template <class U>
-    CacheLineAllocator(const CacheLineAllocator<U>&) {}
+    template <class U> CacheLineAllocator(const CacheLineAllocator<U>&) {}
 
     T* allocate(std::size_t n) { return static_cast<T*>(::operator new(n * sizeof(T), line)); }
     void deallocate(T* p, std::size_t) { ::operator delete(p, line); }
     bool operator==(const CacheLineAllocator&) const = default;
 };
 
-template <class T>
-using Array = std::vector<T, CacheLineAllocator<T>>;
+template <class T> using Array = std::vector<T, CacheLineAllocator<T>>;
 using Floats = Array<float>;
 
 struct Image {

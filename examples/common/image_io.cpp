@@ -23,9 +23,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::int64_t maxPixels = std::int64_t{1}
-                                   << 27;  // 16384 x 8192; beyond it a header is likely damaged
-constexpr float maxSample = 1e30f;         // differences and products of samples stay finite
+constexpr std::int64_t maxPixels = std::int64_t{1} << 27;  // 16384 x 8192; beyond it a header is likely damaged
+constexpr float maxSample = 1e30f;                         // differences and products of samples stay finite
 
 [[noreturn]] void fail(const std::string& path, const std::string& what) {
     throw std::runtime_error(path + ": " + what);
@@ -72,14 +71,12 @@ std::array<std::string, 3> chooseChannels(const Imf::ChannelList& list, std::vec
 
 /// Puts an image that covers only a part of the display window into its place, on black.
 Image embed(const Image& part, const Imath::Box2i& data, const Imath::Box2i& display) {
-    Image whole{
-        std::int64_t{display.max.x} - display.min.x + 1, std::int64_t{display.max.y} - display.min.y + 1, {}};
+    Image whole{std::int64_t{display.max.x} - display.min.x + 1, std::int64_t{display.max.y} - display.min.y + 1, {}};
     for (int c = 0; c < 3; ++c) {
         whole.channel[c].resize(whole.size());
         for (std::int64_t y = 0; y < part.height; ++y)
             std::copy_n(&part.channel[c][y * part.width], part.width,
-                        &whole.channel[c][(y + data.min.y - display.min.y) * whole.width + data.min.x -
-                                          display.min.x]);
+                        &whole.channel[c][(y + data.min.y - display.min.y) * whole.width + data.min.x - display.min.x]);
     }
     return whole;
 }
@@ -93,8 +90,7 @@ void makeFinite(Image& image, std::vector<std::string>& notes) {
             ++changed;
         }
     if (changed)
-        notes.push_back(std::to_string(changed) +
-                        " samples were not a number or beyond 1e30; NaN is taken as 0.");
+        notes.push_back(std::to_string(changed) + " samples were not a number or beyond 1e30; NaN is taken as 0.");
 }
 
 /// While it lives, nothing reaches standard error: some versions of OpenEXR write there what they also throw.
@@ -121,8 +117,7 @@ Image readChannels(const std::string& path, std::vector<std::string>& notes) {
     const Imath::Box2i data = file.header().dataWindow(), display = file.header().displayWindow();
     Image image{std::int64_t{data.max.x} - data.min.x + 1, std::int64_t{data.max.y} - data.min.y + 1, {}};
     const auto tooLarge = [](const Imath::Box2i& box) {
-        return (std::int64_t{box.max.x} - box.min.x + 1) * (std::int64_t{box.max.y} - box.min.y + 1) >
-               maxPixels;
+        return (std::int64_t{box.max.x} - box.min.x + 1) * (std::int64_t{box.max.y} - box.min.y + 1) > maxPixels;
     };
     if (tooLarge(data)) throw std::runtime_error("it has more than 134 million pixels");
 
@@ -177,8 +172,8 @@ bool encode(int descriptor, png_uint_32 width, png_uint_32 height, int bits, con
         return false;
     }
     png_set_write_fn(png, &descriptor, writeBytes, nullptr);
-    png_set_IHDR(png, info, width, height, bits, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_set_IHDR(png, info, width, height, bits, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
     png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
     png_write_info(png, info);
     for (png_uint_32 y = 0; y < height; ++y) {
@@ -213,8 +208,8 @@ void writePng(const std::string& path, std::int64_t width, std::int64_t height, 
               const std::vector<std::uint8_t>& bytes, Progress* progress) {
     PartFile file(path);
     std::string reason = "libpng has no memory";
-    if (!encode(file.descriptor, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), bits,
-                bytes.data(), progress, reason))
+    if (!encode(file.descriptor, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), bits, bytes.data(),
+                progress, reason))
         throw std::runtime_error(path + ": can't be written: " + reason);
     file.finish();
 }

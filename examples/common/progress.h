@@ -16,8 +16,7 @@ public:
     }
 
     /// Tells as printf does, at most ten times a second.
-    template <class... Values>
-    void show(const char* format, Values... values) {
+    template <class... Values> void show(const char* format, Values... values) {
         const auto now = std::chrono::steady_clock::now();
         if (!shown || now < next) return;
         next = now + std::chrono::milliseconds(100);

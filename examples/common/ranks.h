@@ -82,8 +82,7 @@ struct Ranks {
 /// which a signal would leave behind.
 class File {
 public:
-    File(const std::string& path, bool write)
-        : write(write), file(open(path.c_str(), write ? O_WRONLY : O_RDONLY)) {}
+    File(const std::string& path, bool write) : write(write), file(open(path.c_str(), write ? O_WRONLY : O_RDONLY)) {}
     void move(std::int64_t at, void* data, std::int64_t bytes) {
         good = good && (write ? pwrite(file, data, bytes, at) : pread(file, data, bytes, at)) == bytes;
     }

@@ -15,8 +15,7 @@ void heat(float* d, const float* u, std::int64_t width, float k, std::int64_t n)
 
 /// A step inside the border, which stays: the calls get a row at a time, so that d and u wait in the cache.
 void byRows(float* d, const float* u, std::int64_t width, std::int64_t height, float k) {
-    for (std::int64_t y = 1; y < height - 1; ++y)
-        heat(d + y * width + 1, u + y * width + 1, width, k, width - 2);
+    for (std::int64_t y = 1; y < height - 1; ++y) heat(d + y * width + 1, u + y * width + 1, width, k, width - 2);
 }
 
 /// The same in five calls over everything. The border's cells within are put back.
@@ -36,8 +35,7 @@ void byHand(float* d, const float* u, std::int64_t width, std::int64_t height, f
 }
 
 int main(int argc, char** argv) {
-    const std::int64_t width = argc > 2 ? std::atoi(argv[1]) : 1024,
-                       height = argc > 2 ? std::atoi(argv[2]) : 1024;
+    const std::int64_t width = argc > 2 ? std::atoi(argv[1]) : 1024, height = argc > 2 ? std::atoi(argv[2]) : 1024;
     if (width < 3 || height < 3) return std::fprintf(stderr, "usage: heat [WIDTH HEIGHT]\n"), 2;
     const Floats u = numbers(width * height, 0, 1);
     Floats rows = u, all = u, hand = u;

@@ -26,8 +26,7 @@ void band(float* d, int* below, int* above, const float* a, float lo, float hi, 
 }
 
 /// d = a < b ? c : e, which is np.where: d is e first, and c where a >= b is false.
-void select(float* d, int* work, const float* a, const float* b, const float* c, const float* e,
-            std::int64_t n) {
+void select(float* d, int* work, const float* a, const float* b, const float* c, const float* e, std::int64_t n) {
     ZEL_Math::ge(work, a, b, n);
     std::copy(e, e + n, d);
     ZEL_Math::set(d, c, n, reinterpret_cast<const std::uint32_t*>(work));

@@ -29,7 +29,7 @@ void normalise(float* x, float* y, float* z, float* t, float* r, int* zeros, std
     ZEL_Math::eq(zeros, t, 0.0f, n);
     exactFactor(r, t, n);
     for (float* axis : {x, y, z}) {
-        ZEL_Math::mul(t, axis, r, n);  // 0 * infinity for the zeros ...
+        ZEL_Math::mul(t, axis, r, n);                                              // 0 * infinity for the zeros ...
         ZEL_Math::set(axis, t, n, reinterpret_cast<const std::uint32_t*>(zeros));  // ... which stay
     }
 }
@@ -72,8 +72,7 @@ void lengths() {
     Ints zeros(n);
     normalise(x.data(), y.data(), z.data(), t.data(), r.data(), zeros.data(), n);
     for (std::int64_t i = 0; i < n; ++i) {
-        const float square =
-            (wanted[0][i] * wanted[0][i] + wanted[1][i] * wanted[1][i]) + wanted[2][i] * wanted[2][i];
+        const float square = (wanted[0][i] * wanted[0][i] + wanted[1][i] * wanted[1][i]) + wanted[2][i] * wanted[2][i];
         if (square != 0)
             for (Floats& axis : wanted) axis[i] *= 1 / std::sqrt(square);
     }
@@ -105,8 +104,7 @@ int main() {
         turns();
     }
     const std::int64_t n = 4096;
-    Floats x = numbers(n, -1, 1), y = x, z = x, t = numbers(n, 1, 2), r(n), work(n),
-           points = numbers(3 * n, -1, 1);
+    Floats x = numbers(n, -1, 1), y = x, z = x, t = numbers(n, 1, 2), r(n), work(n), points = numbers(3 * n, -1, 1);
     Ints zeros(n);
     const std::vector<std::uint32_t> none(n);
     cost("squares of lengths", n, [&] { squares(t.data(), x.data(), y.data(), z.data(), n); });

@@ -22,8 +22,7 @@ inline void expect(const char* what, bool told) {
 }
 
 /// The same bits, in arrays of any kind of number.
-template <class T>
-void expectSame(const char* what, const std::vector<T>& got, const std::vector<T>& wanted) {
+template <class T> void expectSame(const char* what, const std::vector<T>& got, const std::vector<T>& wanted) {
     const bool same = got.size() == wanted.size() &&
                       (got.empty() || std::memcmp(got.data(), wanted.data(), sizeof(T) * got.size()) == 0);
     expect(what, same);
@@ -41,8 +40,7 @@ inline Floats numbers(std::int64_t num, float lo, float hi) {
 }
 
 /// Prints nanoseconds an element, of the best run among those of 30 milliseconds: the least disturbed.
-template <class Work>
-void cost(const char* what, std::int64_t elements, Work work) {
+template <class Work> void cost(const char* what, std::int64_t elements, Work work) {
     using Clock = std::chrono::steady_clock;
     double best = 1e9;
     for (const auto end = Clock::now() + std::chrono::milliseconds(30); Clock::now() < end;) {

@@ -21,8 +21,7 @@ void reference(float* d, const float* a, const float* b, std::int64_t num) {
 }
 
 /// The exceptions that a call raises.
-template <class Call>
-int raised(Call call) {
+template <class Call> int raised(Call call) {
     std::feclearexcept(FE_ALL_EXCEPT);
     call();
     return std::fetestexcept(FE_DIVBYZERO | FE_INVALID);

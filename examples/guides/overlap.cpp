@@ -7,8 +7,7 @@
 
 int main() {
     int failures = 0;
-    const auto expect = [&](const char* what, const std::vector<float>& got,
-                            const std::vector<float>& wanted) {
+    const auto expect = [&](const char* what, const std::vector<float>& got, const std::vector<float>& wanted) {
         std::printf("%-16s %s\n", what, got == wanted ? "as told" : "NOT as told");
         failures += got != wanted;
     };

@@ -51,7 +51,6 @@ int main() {
     for (std::int64_t y = 0; y < height; ++y) {
         float* row = picture.get() + y * pitch;
         ZEL_Math::mul(row + 100, row + 100, 2.0f, 200);
-        if (phase(row + 100) != 0 || row[99] != 0.5f || row[100] != 1 || row[299] != 1 || row[300] != 0.5f)
-            return 1;
+        if (phase(row + 100) != 0 || row[99] != 0.5f || row[100] != 1 || row[299] != 1 || row[300] != 0.5f) return 1;
     }
 }

@@ -64,8 +64,7 @@ void range(const Scene&, Strip& s) {
 }
 
 void transfer(const Scene&, Strip& s) {
-    for (Floats& channel : s.channel)
-        toSrgb(channel.data(), s.scratch.data(), s.other.data(), s.kept.data(), s.count);
+    for (Floats& channel : s.channel) toSrgb(channel.data(), s.scratch.data(), s.other.data(), s.kept.data(), s.count);
 }
 
 void quantise(const Scene& scene, Strip& s) {

@@ -50,8 +50,7 @@ Command parse(Arguments arguments) {
     Command command;
     Options& options = command.options;
     std::string viewOption;
-    const auto number = [&](double& to, double lowest, double highest,
-                            Arguments::Kind kind = Arguments::any) {
+    const auto number = [&](double& to, double lowest, double highest, Arguments::Kind kind = Arguments::any) {
         return [&arguments, &to, &viewOption, lowest, highest, kind](const std::string& option) {
             to = arguments.number(viewOption = option, lowest, highest, kind);
         };
@@ -64,9 +63,7 @@ Command parse(Arguments arguments) {
         {"--pitch", number(options.pitch, -90, 90)},
         {"--fov", number(options.fov, 0, 180, Arguments::inside)},
         {"--size",
-         [&](auto& option) {
-             std::tie(options.width, options.height) = arguments.size(viewOption = option, 16384);
-         }},
+         [&](auto& option) { std::tie(options.width, options.height) = arguments.size(viewOption = option, 16384); }},
         {"--tone",
          [&](auto& option) {
              options.tone = oneOf(viewOption = option, {"filmic", "reinhard", "none"});
@@ -81,11 +78,9 @@ Command parse(Arguments arguments) {
              options.bits = std::stoi(oneOf(option, {"8", "16"}));
          }},
     });
-    if (command.files.size() != 2)
-        throw std::runtime_error("it takes an input and an output file; --help tells more");
+    if (command.files.size() != 2) throw std::runtime_error("it takes an input and an output file; --help tells more");
     if (options.flat && !viewOption.empty())
-        throw std::runtime_error("--flat shows the panorama as it lies, so " + viewOption +
-                                 " can't go with it");
+        throw std::runtime_error("--flat shows the panorama as it lies, so " + viewOption + " can't go with it");
     if (options.flat) options.tone = "none";
     if (command.report && command.exposures.size() > 1)
         throw std::runtime_error("--report takes its times at one exposure");
@@ -98,8 +93,7 @@ Picture join(const std::vector<Picture>& pictures) {
     const std::size_t row = pictures[0].bytes.size() / std::size_t(all.height);
     for (const Picture& p : pictures) all.width += p.width, all.blown += p.blown;
     for (std::size_t y = 0; y < std::size_t(all.height); ++y)
-        for (const Picture& p : pictures)
-            all.bytes.insert(all.bytes.end(), &p.bytes[y * row], &p.bytes[y * row] + row);
+        for (const Picture& p : pictures) all.bytes.insert(all.bytes.end(), &p.bytes[y * row], &p.bytes[y * row] + row);
     return all;
 }
 
@@ -137,25 +131,22 @@ void run(Command command) {
     const double pixels = double(picture.width * picture.height);
     std::printf("%s, %lld x %lld\n", input.c_str(), (long long)panorama.width, (long long)panorama.height);
     for (const auto& note : notes) std::printf("  %s\n", note.c_str());
-    std::printf("%s, %lld x %lld, %d bits\n", output.c_str(), (long long)picture.width,
-                (long long)picture.height, options.bits);
+    std::printf("%s, %lld x %lld, %d bits\n", output.c_str(), (long long)picture.width, (long long)picture.height,
+                options.bits);
     if (options.flat)
         std::printf("  view       the whole panorama as it lies, no tone curve\n");
     else
-        std::printf("  view       yaw %g, pitch %g, %g degrees wide, tone curve %s\n", options.yaw,
-                    options.pitch, options.fov, options.tone.c_str());
+        std::printf("  view       yaw %g, pitch %g, %g degrees wide, tone curve %s\n", options.yaw, options.pitch,
+                    options.fov, options.tone.c_str());
     std::printf("  luminance  mean %g, typical %g\n", brightness.mean, brightness.typical);
-    std::printf("  exposure   %s stops%s, offset %g\n", stops.c_str(), automatic ? " (automatic)" : "",
-                options.offset);
-    std::printf("  blown      %lld pixels, %.2g %%%s\n", (long long)picture.blown,
-                100 * double(picture.blown) / pixels, options.markClipped ? ", marked" : "");
-    if (command.report)
-        report(panorama, options, automatic ? std::nullopt : std::optional(command.exposures[0]));
+    std::printf("  exposure   %s stops%s, offset %g\n", stops.c_str(), automatic ? " (automatic)" : "", options.offset);
+    std::printf("  blown      %lld pixels, %.2g %%%s\n", (long long)picture.blown, 100 * double(picture.blown) / pixels,
+                options.markClipped ? ", marked" : "");
+    if (command.report) report(panorama, options, automatic ? std::nullopt : std::optional(command.exposures[0]));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    return program("panorama", help, argc, argv,
-                   [](Arguments arguments) { run(parse(std::move(arguments))); });
+    return program("panorama", help, argc, argv, [](Arguments arguments) { run(parse(std::move(arguments))); });
 }

@@ -8,8 +8,7 @@
 #include "ZEL_Math.h"
 
 Strip::Strip(std::int64_t first, std::int64_t count) : first(first), count(count), ray(4 * count) {
-    for (Floats* array : {&x, &y, &z, &length, &shrink, &across, &down, &scratch, &other})
-        array->resize(count);
+    for (Floats* array : {&x, &y, &z, &length, &shrink, &across, &down, &scratch, &other}) array->resize(count);
     for (auto* array : {&column, &row, &kept}) array->resize(count);
     for (int c = 0; c < 3; ++c) {
         for (Floats& array : corner[c]) array.resize(count);

@@ -72,8 +72,7 @@ std::vector<std::span<const std::byte>> memory(const Strip& s) {
 }
 
 void compare(const Strip& a, const Strip& b, Row& row) {
-    if (std::ranges::equal(memory(a), memory(b), [](auto p, auto q) { return std::ranges::equal(p, q); }))
-        return;
+    if (std::ranges::equal(memory(a), memory(b), [](auto p, auto q) { return std::ranges::equal(p, q); })) return;
     row.same = false;
     const auto left = floats(a), right = floats(b);
     for (std::size_t k = 0; k < left.size(); ++k)
@@ -100,8 +99,8 @@ void compareRuns(const Strip& set, const Strip& clear, int bits, Runs& runs) {
 }
 
 void printRow(const std::string& name, double clear, double set, double pixels, const std::string& remark) {
-    std::printf("  %-20s %9.2f %7.0f   %9.2f %7.0f   %s\n", name.c_str(), 1e3 * clear, 1e-6 * pixels / clear,
-                1e3 * set, 1e-6 * pixels / set, remark.c_str());
+    std::printf("  %-20s %9.2f %7.0f   %9.2f %7.0f   %s\n", name.c_str(), 1e3 * clear, 1e-6 * pixels / clear, 1e3 * set,
+                1e-6 * pixels / set, remark.c_str());
 }
 
 std::string differ(double difference) {
@@ -138,8 +137,7 @@ void print(const std::vector<Row>& rows, const Runs& runs, const Options& option
         library.set += row.set;
     }
     printRow(all.name, all.clear, all.set, pixels, "all steps but the first");
-    printRow(library.name, library.clear, library.set, pixels,
-             "all of them but the loops without the library");
+    printRow(library.name, library.clear, library.set, pixels, "all of them but the loops without the library");
 
     std::printf("\nTwo whole runs, flag set and clear: ");
     if (runs.differentSamples == 0)
@@ -159,8 +157,7 @@ void print(const std::vector<Row>& rows, const Runs& runs, const Options& option
 
 void report(const Image& panorama, const Options& options, std::optional<double> exposure) {
     std::printf("\n  %-20s %17s   %17s   %s\n  %-20s %9s %7s   %9s %7s   %s\n", "", "flag clear", "flag set",
-                "numbers with the flag set and clear,", "step", "ms", "MP/s", "ms", "MP/s",
-                "from the same input");
+                "numbers with the flag set and clear,", "step", "ms", "MP/s", "ms", "MP/s", "from the same input");
     const auto [clearLight, setLight] = measureBoth(panorama);
     const Scene clear(panorama, options, exposure.value_or(automaticExposure(clearLight)));
     const Scene set(panorama, options, exposure.value_or(automaticExposure(setLight)));

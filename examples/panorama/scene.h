@@ -28,8 +28,7 @@ struct Scene {
 
     /// Width and height of the picture.
     std::pair<std::int64_t, std::int64_t> size() const {
-        return options.flat ? std::pair(panorama.width, panorama.height)
-                            : std::pair(options.width, options.height);
+        return options.flat ? std::pair(panorama.width, panorama.height) : std::pair(options.width, options.height);
     }
 };
 

@@ -16,8 +16,7 @@ Scene::Scene(const Image& panorama, const Options& options, double stops)
     const double ahead = std::cos(options.fov * pi / 360);
     const double right[] = {std::cos(yaw), 0, -std::sin(yaw)};
     const double up[] = {-std::sin(yaw) * std::sin(pitch), std::cos(pitch), -std::cos(yaw) * std::sin(pitch)};
-    const double forward[] = {std::sin(yaw) * std::cos(pitch), std::sin(pitch),
-                              std::cos(yaw) * std::cos(pitch)};
+    const double forward[] = {std::sin(yaw) * std::cos(pitch), std::sin(pitch), std::cos(yaw) * std::cos(pitch)};
     for (int i = 0; i < 3; ++i) {
         camera[i][0] = float(right[i] * side);
         camera[i][1] = float(up[i] * side);
@@ -37,9 +36,7 @@ void rays(const Scene& scene, Strip& s) {
     }
 }
 
-void turn(const Scene& scene, Strip& s) {
-    ZEL_Math::mulColVec44(s.ray.data(), scene.camera, s.count, nullptr);
-}
+void turn(const Scene& scene, Strip& s) { ZEL_Math::mulColVec44(s.ray.data(), scene.camera, s.count, nullptr); }
 
 void unpack(const Scene&, Strip& s) {
     for (std::int64_t i = 0; i < s.count; ++i) {
@@ -127,8 +124,7 @@ void bilinear(const Scene&, Strip& s) {
 }
 
 void copy(const Scene& scene, Strip& s) {
-    for (int c = 0; c < 3; ++c)
-        std::copy_n(&scene.panorama.channel[c][s.first], s.count, s.channel[c].data());
+    for (int c = 0; c < 3; ++c) std::copy_n(&scene.panorama.channel[c][s.first], s.count, s.channel[c].data());
 }
 
 }  // namespace

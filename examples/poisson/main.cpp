@@ -32,13 +32,11 @@ is hardly seen there.
 struct Place {
     std::int64_t x = 0, y = 0, width = 0, height = 0;
 
-    bool has(std::int64_t px, std::int64_t py) const {
-        return px >= x && py >= y && px < x + width && py < y + height;
-    }
+    bool has(std::int64_t px, std::int64_t py) const { return px >= x && py >= y && px < x + width && py < y + height; }
     void check(const std::string& option, const Place& all) const {
         if (!all.has(x, y) || !all.has(x + width - 1, y + height - 1))
-            throw std::runtime_error(option + " doesn't lie within the picture, " +
-                                     std::to_string(all.width) + "x" + std::to_string(all.height));
+            throw std::runtime_error(option + " doesn't lie within the picture, " + std::to_string(all.width) + "x" +
+                                     std::to_string(all.height));
     }
 };
 
@@ -57,8 +55,7 @@ Command parse(Arguments arguments) {
         int end[2] = {};
         std::sscanf(text.c_str(), "%6lld,%6lld%n,%6lldx%6lld%n", &x, &y, &end[0], &width, &height, &end[1]);
         if (text.empty() || end[sized] != int(text.size()))
-            throw std::runtime_error(option + " is written " + (sized ? "X,Y,WxH" : "X,Y") + ", not '" +
-                                     text + "'");
+            throw std::runtime_error(option + " is written " + (sized ? "X,Y,WxH" : "X,Y") + ", not '" + text + "'");
         if (sized && (width < 1 || height < 1)) throw std::runtime_error(option + " is empty");
         return Place{x, y, width, height};
     };
@@ -80,8 +77,7 @@ Command parse(Arguments arguments) {
 
 using Levels = std::array<Floats, 3>;  // logarithms of light
 
-System pose(const Levels& level, const Levels& source, const Place& picture, const Place& to,
-            const Place& from) {
+System pose(const Levels& level, const Levels& source, const Place& picture, const Place& to, const Place& from) {
     System system(to.width, to.height);
     bool surrounded = false;
     for (std::int64_t i = 0; i < to.width * to.height; ++i)
@@ -102,11 +98,9 @@ System pose(const Levels& level, const Levels& source, const Place& picture, con
             }
             surrounded = true;
             for (int c = 0; c < 3; ++c)
-                system.right[c][k] +=
-                    weight * (level[c][(to.y + ny) * picture.width + to.x + nx] - source[c][there]);
+                system.right[c][k] += weight * (level[c][(to.y + ny) * picture.width + to.x + nx] - source[c][there]);
         }
-    if (!surrounded)
-        throw std::runtime_error("nothing surrounds the rectangle, so there is nothing to fit it to");
+    if (!surrounded) throw std::runtime_error("nothing surrounds the rectangle, so there is nothing to fit it to");
     return system;
 }
 
@@ -134,8 +128,7 @@ void printReport(const System& system) {
                 least == most ? ": preconditioning by it is only a scale" : "");
     const auto [red, green, blue] = system.iterations;
     std::printf("  iterations  %d, %d, %d for red, green, blue\n", red, green, blue);
-    std::printf("  residuals   %.2g, %.2g, %.2g\n", system.residual[0], system.residual[1],
-                system.residual[2]);
+    std::printf("  residuals   %.2g, %.2g, %.2g\n", system.residual[0], system.residual[1], system.residual[2]);
 }
 
 void run(Arguments arguments) {
@@ -167,15 +160,15 @@ void run(Arguments arguments) {
     for (int c = 0; c < 3; ++c)
         for (std::int64_t i = 0; i < to.width * to.height; ++i) {
             const std::int64_t x = i % to.width, y = i / to.width;
-            image.channel[c][(to.y + y) * image.width + to.x + x] = std::exp(
-                source[c][(from.y + y) * image.width + from.x + x] + system.solution[c][system.at(x, y)]);
+            image.channel[c][(to.y + y) * image.width + to.x + x] =
+                std::exp(source[c][(from.y + y) * image.width + from.x + x] + system.solution[c][system.at(x, y)]);
         }
     writePng(output, image.width, image.height, 8, develop(image, command.stops));
 
     std::printf("%s, %lld x %lld\n", input.c_str(), (long long)image.width, (long long)image.height);
     for (const auto& note : notes) std::printf("  %s\n", note.c_str());
-    std::printf("%s, %lld x %lld pixels of it %s\n", output.c_str(), (long long)to.width,
-                (long long)to.height, command.source ? "filled from elsewhere" : "filled by a membrane");
+    std::printf("%s, %lld x %lld pixels of it %s\n", output.c_str(), (long long)to.width, (long long)to.height,
+                command.source ? "filled from elsewhere" : "filled by a membrane");
     printReport(system);
 }
 

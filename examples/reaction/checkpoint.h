@@ -49,8 +49,7 @@ inline NamedFile checkpointFile(const std::string& path) {
     return {"--checkpoint", path, ".state", std::string(Head().kind, sizeof Head().kind)};
 }
 
-inline bool transfer(const std::string& path, bool write, const Ranks& ranks, Head& head,
-                     Reaction& reaction) {
+inline bool transfer(const std::string& path, bool write, const Ranks& ranks, Head& head, Reaction& reaction) {
     Cells& cells = reaction.now;
     File file(path, write);
     if (write && ranks.rank == 0) file.move(0, &head, sizeof head);

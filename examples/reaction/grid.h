@@ -62,11 +62,10 @@ struct Reaction {
         // How light a pixel is: the share of the photograph that is darker.
         Floats light(photograph.channel[0].size()), sorted;
         for (int c = 0; c < 3; ++c)
-            ZEL_Math::madd(light.data(), photograph.channel[c].data(),
-                           std::array{0.2126f, 0.7152f, 0.0722f}[c], std::int64_t(light.size()));
+            ZEL_Math::madd(light.data(), photograph.channel[c].data(), std::array{0.2126f, 0.7152f, 0.0722f}[c],
+                           std::int64_t(light.size()));
         std::ranges::sort(sorted = light);
-        for (float& x : light)
-            x = float(std::ranges::lower_bound(sorted, x) - sorted.begin()) / float(light.size());
+        for (float& x : light) x = float(std::ranges::lower_bound(sorted, x) - sorted.begin()) / float(light.size());
         for (std::int64_t y = 1; y <= now.rows; ++y) {
             ZEL_Math::set(now.row(0, y), 1, width);
             ZEL_Math::set(keepRow(y), 1 - 4 * spreadV - feed - kill, width);
@@ -78,8 +77,7 @@ struct Reaction {
         std::mt19937 random{std::uint32_t(seed)};
         const std::int64_t side = std::min<std::int64_t>({width, height, 6});
         for (std::int64_t k = 0; k <= width * height / 120; ++k) {
-            const std::int64_t x = random() % (width - side + 1),
-                               top = random() % (height - side + 1) - first;
+            const std::int64_t x = random() % (width - side + 1), top = random() % (height - side + 1) - first;
             for (std::int64_t y = std::max<std::int64_t>(top, 0); y < std::min(top + side, now.rows); ++y) {
                 ZEL_Math::set(now.row(0, y + 1) + x, 0.5f, side);
                 ZEL_Math::set(now.row(1, y + 1) + x, 0.25f, side);
@@ -91,8 +89,7 @@ struct Reaction {
     void advance(std::int64_t from, std::int64_t to, std::int64_t block = 1) {
 #pragma omp parallel for schedule(static) if (to > from)
         for (std::int64_t y = from; y <= to; y += block) {
-            const std::int64_t count = std::min(block, to + 1 - y),
-                               num = (count - 1) * now.stride + now.width;
+            const std::int64_t count = std::min(block, to + 1 - y), num = (count - 1) * now.stride + now.width;
             // Only the cells to the left and right lie at other phases.
             const auto neighbours = [&](float* d, const float* a) {
                 ZEL_Math::add(d, a - 1, a + 1, num);
@@ -150,8 +147,8 @@ struct Reaction {
             ZEL_Math::wpoint(level.data(), shade, 660, 254, 0, now.width);
             for (const int x : level)
                 for (int c = 0; c < 3; ++c)
-                    rgb.push_back(std::uint8_t(
-                        (colours[x / 51][c] * (51 - x % 51) + colours[x / 51 + 1][c] * (x % 51)) / 51));
+                    rgb.push_back(
+                        std::uint8_t((colours[x / 51][c] * (51 - x % 51) + colours[x / 51 + 1][c] * (x % 51)) / 51));
         }
         return rgb;
     }

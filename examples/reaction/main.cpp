@@ -97,8 +97,7 @@ static void run(Ranks& ranks, const Arguments& arguments) {
 #endif
         command.parse(arguments);
         if (command.resume) head = readHead(*command.resume);
-        if (head.step > command.steps)
-            refuse(*command.resume, "is at step " + std::to_string(head.step) + " already");
+        if (head.step > command.steps) refuse(*command.resume, "is at step " + std::to_string(head.step) + " already");
         const bool drawn = command.files.size() > 1;
         const Image photograph = drawn ? readExr(command.files[0], notes) : Image{512, 512, {}};
         const Start start = command.start(photograph, command.resume ? &head : nullptr);

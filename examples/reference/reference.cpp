@@ -7,17 +7,14 @@
 #include "ZEL_Math.h"
 
 /// A line of numbers.
-template <class T>
-void show(const T* x, std::int64_t num) {
+template <class T> void show(const T* x, std::int64_t num) {
     const int digits = std::is_integral_v<T> ? 10 : 9;  // what tells any two apart
-    for (std::int64_t i = 0; i < num; ++i)
-        std::printf("%s%.*g", i ? " " : "", digits, static_cast<double>(x[i]));
+    for (std::int64_t i = 0; i < num; ++i) std::printf("%s%.*g", i ? " " : "", digits, static_cast<double>(x[i]));
     std::printf("\n");
 }
 
 /// An example of a family, with its name around what it prints.
-template <class Run>
-void example(const char* family, Run run) {
+template <class Run> void example(const char* family, Run run) {
     std::printf("[%s]\n", family);
     run();
     std::printf("[%s]\n", family);

@@ -18,8 +18,7 @@ std::int64_t cut(const float* x, std::int64_t num, int k, int parts) {
 }
 
 /// work(first, count) for each part, a thread each. x is the array that all others share their phase with.
-template <class Work>
-void inParts(const float* x, std::int64_t num, int parts, Work work) {
+template <class Work> void inParts(const float* x, std::int64_t num, int parts, Work work) {
 #pragma omp parallel for num_threads(parts)
     for (int k = 0; k < parts; ++k) {
         const std::int64_t first = cut(x, num, k, parts);
@@ -33,8 +32,7 @@ int phase(const void* p) {
 
 /// dotSIMD(a, b, num) to the bit: its blocks of 1024 elements side by side, their sums in its order.
 double dotInParts(const float* a, const float* b, std::int64_t num, [[maybe_unused]] int parts) {
-    if (phase(a) != phase(b))
-        return ZEL_Math::dotSISD(a, b, num);  // one sum, one order: nothing to share out
+    if (phase(a) != phase(b)) return ZEL_Math::dotSISD(a, b, num);  // one sum, one order: nothing to share out
     const std::int64_t lead = std::min<std::int64_t>(phase(a), num), end = lead + (num - lead) / 4 * 4;
     std::vector<double> sums((end - lead + 1023) / 1024);
 #pragma omp parallel for num_threads(parts)
@@ -55,8 +53,7 @@ using Clock = std::chrono::steady_clock;
 double since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
 /// Seconds of the best run among those of 0.15 seconds: on a machine with other work, the least disturbed.
-template <class Work>
-double best(Work work) {
+template <class Work> double best(Work work) {
     double seconds = 1e9;
     for (const auto begin = Clock::now(); since(begin) < 0.15;) {
         const auto start = Clock::now();
@@ -84,8 +81,7 @@ bool sameBits() {
                     inParts(x, num, parts,
                             [=](std::int64_t i, std::int64_t n) { ZEL_Math::fdiv(e + i, y + i, x + i, n); });
                     const double whole = ZEL_Math::dotSIMD(x, y, num), sum = dotInParts(x, y, num, parts);
-                    if (std::memcmp(d, e, sizeof(float) * num) != 0 ||
-                        std::memcmp(&whole, &sum, sizeof sum) != 0) {
+                    if (std::memcmp(d, e, sizeof(float) * num) != 0 || std::memcmp(&whole, &sum, sizeof sum) != 0) {
                         std::printf("phase %d, %d elements, %d parts: other bits\n", static_cast<int>(offset),
                                     static_cast<int>(num), parts);
                         return false;
@@ -102,11 +98,10 @@ int main(int argc, char** argv) {
         argc > 1 ? std::atoi(argv[1]) : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     if (parts < 1 || parts > 1024) return std::fprintf(stderr, "usage: threads [THREADS]\n"), 2;
     if (!sameBits()) return 1;
-    std::printf("in parts as in one call: the same bits\n\n%-26s %12s %12s %8s\n", "ns per 1000 elements",
-                "1 thread", "threads", "gain");
+    std::printf("in parts as in one call: the same bits\n\n%-26s %12s %12s %8s\n", "ns per 1000 elements", "1 thread",
+                "threads", "gain");
     const auto report = [&](const char* what, double elements, double one, double many) {
-        std::printf("%-26s %12.0f %12.0f %8.2f\n", what, one / elements * 1e12, many / elements * 1e12,
-                    one / many);
+        std::printf("%-26s %12.0f %12.0f %8.2f\n", what, one / elements * 1e12, many / elements * 1e12, one / many);
     };
 
     // Far more than the caches hold: what is measured is the memory.
