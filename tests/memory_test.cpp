@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <numeric>
 
 #include "support/engine.h"
@@ -78,6 +79,36 @@ TEST(Memory, VectorsLeftOutAreNeitherReadNorWritten) {
         }
     munmap(memory, 3 * page);
 }
+
+#if defined(ZEL_ASSERTS) || defined(__SANITIZE_ADDRESS__)
+/// What debug and sanitized builds refuse: one array of each call is null or lies a byte off.
+TEST(Memory, ArraysThatCannotBeUsedStopADebugBuild) {
+    alignas(16) float good[8] = {};
+    const auto off = [](auto* p) { return reinterpret_cast<decltype(p)>(reinterpret_cast<std::uintptr_t>(p) + 1); };
+    auto* const words = reinterpret_cast<int*>(good);
+    auto* const halves = reinterpret_cast<std::uint16_t*>(good);
+    auto* const bytes = reinterpret_cast<std::uint8_t*>(good);
+    float* const none = nullptr;
+    const std::function<void()> calls[] = {[&] { Z::add(off(good), good, good, 1); },
+                                           [&] { Z::addSIMD(good, none, good, 1); },
+                                           [&] { Z::swap(good, off(good), 1); },
+                                           [&] { Z::dotSIMD(good, off(good) + 3, 4); },
+                                           [&] { Z::dotSISD(none, good, 1); },
+                                           [&] { Z::maddAndNormSISD(off(good), good, 1, 1); },
+                                           [&] { Z::mulAndDotDASISD(good, good, none, 1); },
+                                           [&] { Z::maddAndNormSIMD(none, none, 1, 4); },
+                                           [&] { Z::zerocountSIMD(off(words), 1); },
+                                           [&] { Z::zerocountSISD(off(words), 1); },
+                                           [&] { Z::wpointSIMD(off(halves), good, 1, 1, 1, 1); },
+                                           [&] { Z::iwpointSIMD(good, off(halves), 1, 1, 1); },
+                                           [&] { Z::iwpointSIMD(none, bytes, 255, 0, 1); },
+                                           [&] { Z::vadd4u4(off(good), good, 1, nullptr); }};
+    for (const bool flag : {false, true}) {
+        Z::forceSIMD(flag);
+        for (const auto& call : calls) EXPECT_EXIT(call(), testing::KilledBySignal(SIGABRT), "null, or not aligned");
+    }
+}
+#endif
 
 /// An array that needn't fit into memory: the same pages again and again, and pages of its own at the end.
 template <class T> std::span<T> reserve(Count num) {
