@@ -42,7 +42,7 @@ const Register division([] {
     };
     // A zero divisor fills d: the phase of a, which isn't read, plays no part then.
     row.order = [](const Case& c) {
-        return c.flag && c.item<float>(2) == 0 ? road(c.phase(0), c.count) : standardOrder(c);
+        return c.flag && c.item<float>(2) == 0 ? route(c.phase(0), c.count) : standardOrder(c);
     };
 });
 
@@ -93,7 +93,7 @@ const Register multiplyAdd([] {
 /// One pass of lerp with an array or a value for c; the arrays that take part in it decide on its route.
 template <class C, class Formula>
 std::uint64_t pass(const Case& c, const std::vector<std::size_t>& arrays, Formula formula) {
-    for (const Step& step : road(c.phaseOf(arrays), c.count))
+    for (const Step& step : route(c.phaseOf(arrays), c.count))
         work<float, Array<float>, Array<float>, C>(formula, c, step);
     return 0;
 }

@@ -117,8 +117,8 @@ template <class Sample> void whitePointRows() {
         };
         // No phases: the tail, then one element after the other, wherever the arrays lie.
         row.order = [=](const Case& c) {
-            if (!c.usesLanes()) return road(-1, c.count);
-            std::vector<Step> steps = road(tabled(c.item<float>(2), c.item<Sample>(3)) ? -1 : 0, c.count, 1);
+            if (!c.usesLanes()) return route(-1, c.count);
+            std::vector<Step> steps = route(tabled(c.item<float>(2), c.item<Sample>(3)) ? -1 : 0, c.count, 1);
             for (Step& s : steps) s.form = Form::lane;
             return steps;
         };

@@ -394,7 +394,7 @@ Count Case::lanePhase() const {
     return phaseOf(arrays);
 }
 
-std::vector<Step> road(Count phase, Count num, int group) {
+std::vector<Step> route(Count phase, Count num, int group) {
     const auto [lead, end] = Groups(phase, num);
     std::vector<Step> steps;
     for (Count i = 0; i < lead; ++i) steps.push_back({i, 1, Form::element});
@@ -402,7 +402,7 @@ std::vector<Step> road(Count phase, Count num, int group) {
     for (Count i = lead; i < end; i += group) steps.push_back({i, group, Form::lane});
     return steps;
 }
-std::vector<Step> standardOrder(const Case& c) { return road(c.lanePhase(), c.count); }
+std::vector<Step> standardOrder(const Case& c) { return route(c.lanePhase(), c.count); }
 
 Row& add(Row row) {
     Dl_info symbol;

@@ -129,7 +129,7 @@ struct Groups {
         : lead(phase < 0 ? num : std::min(phase, num)), end(lead + ((num - lead) & ~Count{3})) {}
 };
 /// The promised order of work: an element loop for a phase below 0, else lead-in, tail and groups.
-std::vector<Step> road(Count phase, Count num, int group = 4);
+std::vector<Step> route(Count phase, Count num, int group = 4);
 
 /// A number from 0 to n - 1.
 std::uint32_t below(std::uint32_t n);
