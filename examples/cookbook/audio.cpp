@@ -1,11 +1,19 @@
 // Audio: the recipes of docs/cookbook.md, each compared with a plain loop, and their cost.
+#include <immintrin.h>
+
 #include "recipe.h"
 
-/// Between signed and unsigned samples: the sign bit, two samples a word. s lies on 4 bytes.
+/// Between signed and unsigned samples: the sign bit, two samples a word. Words lie on 4 bytes, so an odd sample at
+/// either end goes by itself.
 void flipSigns(std::int16_t* s, std::int64_t n) {
+    const auto flip = [](std::int16_t& sample) { sample = static_cast<std::int16_t>(sample ^ 0x8000); };
+    if (n > 0 && reinterpret_cast<std::uintptr_t>(s) % 4 != 0) {
+        flip(*s++);
+        --n;
+    }
     int* words = reinterpret_cast<int*>(s);
     ZEL_Math::bxor(words, words, static_cast<int>(0x80008000u), n / 2);
-    if (n % 2) s[n - 1] = static_cast<std::int16_t>(s[n - 1] ^ 0x8000);
+    if (n % 2) flip(s[n - 1]);
 }
 
 /// To -1 ... 1, exactly: as unsigned samples they are black at 32768. s is left unsigned.
@@ -45,9 +53,10 @@ void interleave(float* frames, const float* left, const float* right, std::int64
     }
 }
 
-/// The largest magnitude, at least one element, no NaN: the upper half against the lower, until one is left.
-/// Halves begin at multiples of four, in the phase of work, which has room for n.
+/// The largest magnitude, 0 of no elements. No NaN. The upper half against the lower, until one is left: halves begin
+/// at multiples of four, in the phase of work, which has room for n.
 float peak(float* work, const float* x, std::int64_t n) {
+    if (n < 1) return 0;
     ZEL_Math::abs(work, x, n);
     while (n > 1) {
         const std::int64_t half = (n + 1) / 2, kept = n > 8 ? (half + 3) / 4 * 4 : half;
@@ -75,6 +84,42 @@ void softClip(float* x, float* work, std::int64_t n) {
     ZEL_Math::div(x, x, work, n);
 }
 
+/// d[i] = taps[0] x[i] + taps[1] x[i - 1] + ..., a call for each tap. `count` - 1 samples lie before x.
+void fir(float* d, const float* x, const float* taps, std::int64_t count, std::int64_t n) {
+    ZEL_Math::mul(d, x, taps[0], n);
+    for (std::int64_t k = 1; k < count; ++k) ZEL_Math::madd(d, x - k, taps[k], n);
+}
+
+void firByLoop(float* d, const float* x, const float* taps, std::int64_t count, std::int64_t n) {
+    for (std::int64_t i = 0; i < n; ++i) {
+        float sum = x[i] * taps[0];
+        for (std::int64_t k = 1; k < count; ++k) sum += x[i - k] * taps[k];
+        d[i] = sum;
+    }
+}
+
+/// y[i] = y[i] + feedback y[i - 1]. Each result waits for the one before: a loop keeps it in a register.
+void onePole(float* y, float feedback, std::int64_t n) {
+    float last = y[-1];
+    for (std::int64_t i = 0; i < n; ++i) y[i] = last = y[i] + last * feedback;
+}
+
+/// The same bits by a call, through memory: two arrays one element apart have two phases.
+void onePoleByCall(float* y, float feedback, std::int64_t n) { ZEL_Math::madd(y, y - 1, feedback, n); }
+
+/// While it lives, denormals are 0 in this thread, as results and as operands.
+struct WithoutDenormals {
+    WithoutDenormals() { _mm_setcsr(before | 0x8040); }  // flush-to-zero, denormals-are-zero
+    ~WithoutDenormals() { _mm_setcsr(before); }
+    const unsigned before = _mm_getcsr();
+};
+
+/// What a driver calls for each buffer.
+void callback(float* buffer, float gain, std::int64_t n) {
+    const WithoutDenormals mode;
+    ZEL_Math::mul(buffer, buffer, gain, n);
+}
+
 void samples() {
     const std::int64_t n = 65537;  // every sample, and one more
     std::vector<std::int16_t> all(n), back(n);
@@ -96,10 +141,29 @@ void samples() {
         all[i] = static_cast<std::int16_t>(static_cast<int>(x < 0 ? 0 : x > 65535 ? 65535 : x) - 32768);
     }
     expectSame("16 bits out", back, all);
+
+    const std::int16_t first = -32768, last = 32767;
+    const auto sample = [](std::int16_t wanted, bool orLast) {
+        return [=](float* a, std::int64_t n) {
+            std::vector<std::int16_t> s(n);
+            toSamples(s.data(), a, n);
+            for (std::int64_t i = 0; i < n; ++i) a[i] = s[i] == wanted || (orLast && s[i] == last) ? 1.0f : 0.0f;
+        };
+    };
+    gives("infinity to a sample", INFINITY, 1, sample(last, false));
+    gives("-infinity to a sample", -INFINITY, 1, sample(first, false));
+    gives("-0 to a sample", -0.0f, 1, sample(0, false));
+    gives("NaN to a sample", NAN, 1, sample(first, true));
+    for (const std::int64_t start : {0, 1, 2, 3})
+        for (const std::int64_t count : {0, 1, 2, 7, 8}) {
+            std::vector<std::int16_t> some(16, 5), flipped = some;
+            for (std::int64_t i = start; i < start + count; ++i) flipped[i] = 5 - 32768;
+            flipSigns(some.data() + start, count);
+            expectSame("a slice of samples", some, flipped);
+        }
 }
 
-void channels() {
-    const std::int64_t n = 1001;
+void channels(std::int64_t n) {
     const Floats frames = numbers(2 * n, -1, 1);
     Floats left(n), right(n), both(2 * n), wanted = frames;
     deinterleave(left.data(), right.data(), frames.data(), n);
@@ -111,7 +175,7 @@ void channels() {
 }
 
 void levels() {
-    for (std::int64_t n = 1; n < 1100; ++n) {
+    for (std::int64_t n = 0; n < 1100; ++n) {
         const Floats x = numbers(n, -1, 1);
         Floats work(n);
         float wanted = 0;
@@ -122,11 +186,21 @@ void levels() {
         }
         expect("peak", peak(work.data(), x.data(), n) == wanted);
         const double root = std::sqrt(squares / static_cast<double>(n)), got = rms(x.data(), n);
-        expect("rms", ZEL_Math::isSIMD() ? std::fabs(got - root) <= 8e-6 * root : got == root);
+        expect("rms", n == 0               ? std::isnan(got)
+                      : ZEL_Math::isSIMD() ? std::fabs(got - root) <= 8e-6 * root
+                                           : got == root);
     }
-    const Floats silence(7, -0.0f);
-    Floats work(7);
-    expectSame("peak of silence", {peak(work.data(), silence.data(), 7)}, Floats{0});
+    const auto allPeak = [](float* a, std::int64_t n) { std::fill_n(a, n, peak(a, Floats(a, a + n).data(), n)); };
+    gives("peak of silence", -0.0f, 0, allPeak);
+    gives("peak of -infinity", -INFINITY, INFINITY, allPeak);
+    const auto allRms = [](float* a, std::int64_t n) { std::fill_n(a, n, static_cast<float>(rms(a, n))); };
+    gives("rms of NaN", NAN, NAN, allRms);
+    gives("rms of 1e20", 1e20f, INFINITY, allRms);
+    gives("rms of 1e-30", 1e-30f, 0, allRms);
+    Floats x(16, 1.0f), work(16);
+    x[0] = 5;
+    x[8] = NAN;
+    expect("a NaN hides the peak", peak(work.data(), x.data(), 16) == (ZEL_Math::isSIMD() ? 1 : 5));
 }
 
 void shapes() {
@@ -142,15 +216,40 @@ void shapes() {
     expectSame("ramp", ramped, wantedRamp);
     softClip(clipped.data(), work.data(), n);
     expectSame("soft clip", clipped, wantedClip);
+    const auto clip = [](float* a, std::int64_t count) { softClip(a, Floats(count).data(), count); };
+    for (const float value : {-0.0f, 0.0f, NAN}) gives("soft clip, kept", value, value, clip);
+    gives("soft clip of the largest", 3.4028235e38f, 1, clip);
+    gives("soft clip of infinity", INFINITY, NAN, clip);
+}
+
+void filters() {
+    const std::int64_t n = 1003, taps = 9;
+    const Floats x = numbers(n + taps, -1, 1), weights = numbers(taps, -1, 1);
+    Floats got(n), wanted(n), pole = x, poleByCall = x;
+    fir(got.data(), x.data() + taps, weights.data(), taps, n);
+    firByLoop(wanted.data(), x.data() + taps, weights.data(), taps, n);
+    expectSame("fir", got, wanted);
+    onePole(pole.data() + 1, 0.9f, n);
+    onePoleByCall(poleByCall.data() + 1, 0.9f, n);
+    expectSame("one pole", poleByCall, pole);
+
+    const auto quietly = [](float* a, std::int64_t count) { callback(a, 1e-10f, count); };
+    gives("a denormal result in a callback", 1e-30f, 0, quietly);
+    gives("... of the other sign", -1e-30f, -0.0f, quietly);
+    gives("... and after it", 1e-30f, 1e-30f * 1e-10f, [&](float* a, std::int64_t count) {
+        callback(Floats(3).data(), 1, 3);
+        ZEL_Math::mul(a, a, 1e-10f, count);
+    });
 }
 
 int main() {
     for (const bool flag : {false, true}) {
         ZEL_Math::forceSIMD(flag);
         samples();
-        channels();
+        for (const std::int64_t n : {0, 1, 1001}) channels(n);
         levels();
         shapes();
+        filters();
     }
     const std::int64_t n = 4096;
     std::vector<std::int16_t> s(n);
@@ -164,5 +263,12 @@ int main() {
     cost("rms", n, [&] { rms(x.data(), n); });
     cost("ramp", n, [&] { ramp(x.data(), y.data(), index.data(), 1, 0, n); });
     cost("soft clip", n, [&] { softClip(x.data(), y.data(), n); });
+    const std::int64_t taps = 32, block = 512;
+    const Floats history = numbers(block + taps, -1, 1), weights = numbers(taps, -1, 1);
+    const float* const recent = history.data() + taps;
+    cost("fir of 32 taps, by calls", block, [&] { fir(y.data(), recent, weights.data(), taps, block); });
+    cost("fir of 32 taps, a loop", block, [&] { firByLoop(y.data(), recent, weights.data(), taps, block); });
+    cost("one pole, a loop", n - 1, [&] { onePole(x.data() + 1, 0.0f, n - 1); });
+    cost("one pole, a call", n - 1, [&] { onePoleByCall(x.data() + 1, 0.0f, n - 1); });
     return theFailures;
 }

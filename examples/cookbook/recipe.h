@@ -28,6 +28,18 @@ template <class T> void expectSame(const char* what, const std::vector<T>& got, 
     expect(what, same);
 }
 
+/// What the page says of one value: recipe(a, n) makes `wanted`, to the bit or any NaN, of n times `value`. Counts of
+/// 0 and 1, odd and even.
+template <class Recipe> void gives(const char* what, float value, float wanted, Recipe recipe) {
+    for (const std::int64_t n : {0, 1, 3, 8, 1003}) {
+        Floats a(n, value);
+        recipe(a.data(), n);
+        expect(what, std::all_of(a.begin(), a.end(), [&](float x) {
+                   return std::isnan(wanted) ? std::isnan(x) : std::memcmp(&x, &wanted, sizeof x) == 0;
+               }));
+    }
+}
+
 /// Uneven numbers between lo and hi, the same at every run.
 inline Floats numbers(std::int64_t num, float lo, float hi) {
     Floats x(num);
