@@ -23,7 +23,8 @@ void quickFactor(float* r, float* work, const float* t, std::int64_t n) {
     ZEL_Math::mul(r, r, work, n);
 }
 
-/// All but points at the origin to length 1. A mask names what is left alone, so it asks for the zeros.
+/// To length 1, where the square of the length is neither 0 nor infinite in float. A mask names what is left alone, so it
+/// asks for the zeros.
 void normalise(float* x, float* y, float* z, float* t, float* r, int* zeros, std::int64_t n) {
     squares(t, x, y, z, n);
     ZEL_Math::eq(zeros, t, 0.0f, n);
@@ -40,6 +41,29 @@ void turn(float* points, float cosine, float sine, std::int64_t n, const std::ui
     ZEL_Math::mulColVec34_3(points, m, n, fixed);
 }
 
+/// Sixteen floats as the rows of a matrix.
+using Rows = const float (*)[4];
+
+/// M v for each vector v of four, where `flat` holds M row after row.
+void transform(float* points, const float* flat, std::int64_t n) {
+    ZEL_Math::mulColVec44(points, reinterpret_cast<Rows>(flat), n, nullptr);
+}
+
+/// The same where `flat` holds M column after column: to a Row member, a row of four in memory is a column of M.
+void transformByColumns(float* points, const float* flat, std::int64_t n) {
+    ZEL_Math::mulRowVec44(points, reinterpret_cast<Rows>(flat), n, nullptr);
+}
+
+/// Four floats on 16 bytes: a stream of these takes the lanes from any of its vectors on.
+struct alignas(16) Point {
+    float x, y, z, w;
+};
+
+/// `num` points from `first` on. The mask is cut where the stream is, and a null mask stays null.
+void transformSome(Point* points, const float* flat, std::int64_t first, std::int64_t num, const std::uint32_t* mask) {
+    ZEL_Math::mulColVec44(&points[first].x, reinterpret_cast<Rows>(flat), num, mask ? mask + first : nullptr);
+}
+
 /// The largest relative error of r as the reciprocal root of t.
 double error(const Floats& r, const Floats& t) {
     double largest = 0;
@@ -49,19 +73,29 @@ double error(const Floats& r, const Floats& t) {
 }
 
 void factors(bool print) {
-    const Floats t = numbers(1 << 20, 0.25f, 4);  // two octaves twice: the roots repeat beyond
-    const std::int64_t n = static_cast<std::int64_t>(t.size());
-    Floats r(n), work(n);
-    ZEL_Math::isqrt(r.data(), t.data(), n);
-    const double estimate = error(r, t);
-    quickFactor(r.data(), work.data(), t.data(), n);
-    const double quick = error(r, t);
-    exactFactor(r.data(), t.data(), n);
-    const double exact = error(r, t);
-    expect("estimate", estimate <= 1.5 / 4096);
-    expect("estimate and Newton", quick <= 1.0 / (1 << 21));
-    expect("root and quotient", exact <= 1.5 / (1 << 24) * 1.000001);
-    if (print) std::printf("largest error: %.1e, with Newton %.1e, exact %.1e\n", estimate, quick, exact);
+    for (const float scale : {0x1p-124f, 0x1p124f, 1.0f}) {
+        Floats t = numbers(1 << 20, 0.25f, 4);  // two octaves twice: the roots repeat beyond
+        const std::int64_t n = static_cast<std::int64_t>(t.size());
+        Floats r(n), work(n);
+        for (float& value : t) value *= scale;
+        ZEL_Math::isqrt(r.data(), t.data(), n);
+        const double estimate = error(r, t);
+        quickFactor(r.data(), work.data(), t.data(), n);
+        const double quick = error(r, t);
+        exactFactor(r.data(), t.data(), n);
+        const double exact = error(r, t);
+        expect("estimate", estimate <= 1.5 / 4096);
+        expect("estimate and Newton", quick <= 1.0 / (1 << 21));
+        expect("root and quotient", exact <= 1.5 / (1 << 24) * 1.000001);
+        if (print && scale == 1)
+            std::printf("largest error: %.1e, with Newton %.1e, exact %.1e\n", estimate, quick, exact);
+    }
+    const auto quickly = [](float* a, std::int64_t n) { quickFactor(a, Floats(n).data(), Floats(a, a + n).data(), n); };
+    const auto exactly = [](float* a, std::int64_t n) { exactFactor(a, a, n); };
+    for (const float value : {0.0f, -0.0f, INFINITY, -1.0f, NAN}) gives("Newton at the edges", value, NAN, quickly);
+    gives("root and quotient of 0", 0, INFINITY, exactly);
+    gives("root and quotient of infinity", INFINITY, 0, exactly);
+    for (const float value : {-1.0f, NAN}) gives("root and quotient of a negative, of NaN", value, NAN, exactly);
 }
 
 void lengths() {
@@ -79,6 +113,41 @@ void lengths() {
     expectSame("normalise x", x, wanted[0]);
     expectSame("normalise y", y, wanted[1]);
     expectSame("normalise z", z, wanted[2]);
+
+    const auto alongX = [](float* a, std::int64_t count) {
+        Floats none(count), square(count), factor(count);
+        normalise(a, none.data(), Floats(count).data(), square.data(), factor.data(), Ints(count).data(), count);
+    };
+    for (const float value : {0.0f, -0.0f, 1e-24f}) gives("normalise, square 0", value, value, alongX);
+    gives("normalise, square infinite", 3e19f, 0, alongX);
+    for (const float value : {INFINITY, NAN}) gives("normalise infinity, NaN", value, NAN, alongX);
+}
+
+void transforms() {
+    const std::int64_t n = 501, cut = 7;
+    const Floats m = numbers(16, -1, 1), coordinates = numbers(4 * n, -1, 1);
+    Floats columns(16), byRows = coordinates, byColumns = coordinates, wanted = coordinates;
+    std::vector<std::uint32_t> mask(n);
+    for (std::int64_t i = 0; i < n; i += 3) mask[i] = 1;
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c) columns[4 * c + r] = m[4 * r + c];
+    for (std::int64_t i = 0; i < n; ++i)
+        for (int r = 0; r < 4; ++r) {
+            const float *row = &m[4 * r], *v = &coordinates[4 * i];
+            wanted[4 * i + r] = ZEL_Math::isSIMD() ? (v[3] * row[3] + v[2] * row[2]) + (v[1] * row[1] + v[0] * row[0])
+                                                   : ((v[0] * row[0] + v[1] * row[1]) + v[2] * row[2]) + v[3] * row[3];
+        }
+    transform(byRows.data(), m.data(), n);
+    transformByColumns(byColumns.data(), columns.data(), n);
+    expectSame("matrix, row after row", byRows, wanted);
+    expectSame("matrix, column after column", byColumns, wanted);
+
+    std::vector<Point> points(n);
+    std::memcpy(points.data(), coordinates.data(), sizeof(Point) * n);
+    transformSome(points.data(), m.data(), 0, cut, mask.data());
+    transformSome(points.data(), m.data(), cut, n - cut, mask.data());
+    for (std::int64_t i = 0; i < n; i += 3) std::copy_n(&coordinates[4 * i], 4, &wanted[4 * i]);
+    expect("in two parts", std::memcmp(points.data(), wanted.data(), sizeof(Point) * n) == 0);
 }
 
 void turns() {
@@ -102,6 +171,7 @@ int main() {
         factors(flag);
         lengths();
         turns();
+        transforms();
     }
     const std::int64_t n = 4096;
     Floats x = numbers(n, -1, 1), y = x, z = x, t = numbers(n, 1, 2), r(n), work(n), points = numbers(3 * n, -1, 1);
@@ -113,5 +183,9 @@ int main() {
     cost("normalise, with a mask", n,
          [&] { normalise(x.data(), y.data(), z.data(), t.data(), r.data(), zeros.data(), n); });
     cost("turn x y z, with a mask", n, [&] { turn(points.data(), 0.6f, 0.8f, n, none.data()); });
+    const Floats m = {0.6f, -0.8f, 0, 0, 0.8f, 0.6f, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    Floats four = numbers(4 * n + 1, -1, 1);
+    cost("x y z w, on 16 bytes", n, [&] { transform(four.data(), m.data(), n); });
+    cost("x y z w, elsewhere", n, [&] { transform(four.data() + 1, m.data(), n); });
     return theFailures;
 }
