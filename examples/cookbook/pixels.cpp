@@ -16,23 +16,35 @@ void blurRow(float* row, std::int64_t n) {
     ZEL_Math::mul(row, row, 0.25f, n - 2);
 }
 
-/// White where lo <= a <= hi, black elsewhere. Masks say what is left alone: so ask for what lies outside.
-void band(float* d, int* below, int* above, const float* a, float lo, float hi, std::int64_t n) {
-    ZEL_Math::lt(below, a, lo, n);
-    ZEL_Math::gt(above, a, hi, n);
-    ZEL_Math::bor(below, below, above, n);
+/// White where lo <= a <= hi, black elsewhere. Masks say what is left alone: so ask for what lies outside, and for NaN.
+void band(float* d, int* outside, int* below, const float* a, float lo, float hi, std::int64_t n) {
+    ZEL_Math::ge(outside, a, lo, n);
+    ZEL_Math::le(below, a, hi, n);
+    ZEL_Math::band(outside, outside, below, n);
+    ZEL_Math::bxor(outside, outside, 1, n);
     ZEL_Math::set(d, 0.0f, n);
-    ZEL_Math::set(d, 1.0f, n, reinterpret_cast<const std::uint32_t*>(below));
+    ZEL_Math::set(d, 1.0f, n, reinterpret_cast<const std::uint32_t*>(outside));
 }
 
-/// d = a < b ? c : e, which is np.where: d is e first, and c where a >= b is false.
+/// d = a < b ? c : e, which is np.where. d is e first; then c where a < b, so where the turned answer is 0.
 void select(float* d, int* work, const float* a, const float* b, const float* c, const float* e, std::int64_t n) {
-    ZEL_Math::ge(work, a, b, n);
+    ZEL_Math::lt(work, a, b, n);
+    ZEL_Math::bxor(work, work, 1, n);  // not `ge`: of a NaN both are false
     std::copy(e, e + n, d);
     ZEL_Math::set(d, c, n, reinterpret_cast<const std::uint32_t*>(work));
 }
 
-/// int to float, exactly, from -2^22 to 2^22 - 1: added to the word of 1.5 * 2^23, a number counts its last
+/// Three channels r g b r g b ..., each less its mean and over its deviation: a diagonal and a fourth column.
+void normaliseChannels(float* pixels, const float* mean, const float* deviation, std::int64_t n) {
+    float m[3][4] = {};
+    for (int j = 0; j < 3; ++j) {
+        m[j][j] = 1 / deviation[j];
+        m[j][3] = -mean[j] / deviation[j];
+    }
+    ZEL_Math::mulColVec34(pixels, m, n, nullptr);
+}
+
+/// int to float, exactly, from -2^22 to 2^22: added to the word of 1.5 * 2^23, a number counts its last
 /// bits, and a subtraction takes the rest away.
 void toFloats(float* d, int* work, const int* a, std::int64_t n) {
     ZEL_Math::add(work, a, 0x4B400000, n);
@@ -73,6 +85,9 @@ void bytes(bool print) {
     if (print) std::printf("not i / 255: %d by iwpoint, %d by a value\n", scaled, byValue);
     fromBytes(got.data(), a.data(), fulls.data(), n);
     expectSame("bytes", got, wanted);
+    got.resize(1);
+    for (const std::int64_t few : {0, 1}) fromBytes(got.data(), a.data() + 7, fulls.data(), few);
+    expectSame("one byte", got, {7 / 255.0f});
 }
 
 void blurs() {
@@ -100,6 +115,37 @@ void choices() {
     }
     expectSame("band", banded, wantedBand);
     expectSame("select", selected, wantedSelect);
+
+    const auto within = [](float* v, std::int64_t count) {
+        const Floats copy(v, v + count);
+        band(v, Ints(count).data(), Ints(count).data(), copy.data(), 0, 1, count);
+    };
+    for (const float value : {0.0f, -0.0f, 1.0f}) gives("band, a bound", value, 1, within);
+    for (const float value : {INFINITY, -INFINITY, NAN}) gives("band, beyond", value, 0, within);
+    const auto chosen = [](float* v, std::int64_t count) {  // v < 0 ? 5 : v
+        const Floats copy(v, v + count), zeros(count), fives(count, 5.0f);
+        select(v, Ints(count).data(), copy.data(), zeros.data(), fives.data(), copy.data(), count);
+    };
+    for (const float value : {NAN, 0.0f, -0.0f, INFINITY}) gives("select, false", value, value, chosen);
+    for (const float value : {-INFINITY, -1e-40f}) gives("select, true", value, 5, chosen);
+}
+
+void channels() {
+    const float mean[] = {0.5f, 0.25f, 0.75f}, deviation[] = {0.25f, 0.3f, 0.2f};
+    for (const std::int64_t n : {0, 1, 501}) {
+        Floats got = numbers(3 * n, 0, 1), wanted = got;
+        normaliseChannels(got.data(), mean, deviation, n);
+        for (std::int64_t i = 0; i < n; ++i) {
+            const float *v = &wanted[3 * i], r = v[0] * (1 / deviation[0]), g = v[1] * (1 / deviation[1]);
+            const float out[] = {r + -mean[0] / deviation[0], g + -mean[1] / deviation[1],
+                                 v[2] * (1 / deviation[2]) + -mean[2] / deviation[2]};
+            std::copy_n(out, 3, &wanted[3 * i]);
+        }
+        expectSame("channels", got, wanted);
+    }
+    Floats pixel = {1, NAN, 1};
+    normaliseChannels(pixel.data(), mean, deviation, 1);
+    expect("a NaN in one channel is one in all", std::isnan(pixel[0]) && std::isnan(pixel[1]) && std::isnan(pixel[2]));
 }
 
 void integers() {
@@ -111,6 +157,9 @@ void integers() {
     toFloatsByLoop(wanted.data(), a.data(), n);
     expectSame("int to float", got, wanted);
 
+    const int ends[] = {-4194305, 4194304, 4194305};
+    toFloats(got.data(), work.data(), ends, 3);
+    expect("int to float, ends", got[0] != -4194305.0f && got[1] == 4194304.0f && got[2] != 4194305.0f);
     const Ints b = {5, -7, 2147483647, -2147483647 - 1, 0};
     const auto few = static_cast<std::int64_t>(b.size());
     Ints differences(few), wantedDifferences(few);
@@ -126,6 +175,7 @@ int main() {
         bytes(flag);
         blurs();
         choices();
+        channels();
         integers();
     }
     const std::int64_t n = 4096;

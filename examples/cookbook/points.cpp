@@ -23,8 +23,8 @@ void quickFactor(float* r, float* work, const float* t, std::int64_t n) {
     ZEL_Math::mul(r, r, work, n);
 }
 
-/// To length 1, where the square of the length is neither 0 nor infinite in float. A mask names what is left alone, so it
-/// asks for the zeros.
+/// To length 1, where the square of the length is neither 0 nor infinite in float. A mask names what is left
+/// alone, so it asks for the zeros.
 void normalise(float* x, float* y, float* z, float* t, float* r, int* zeros, std::int64_t n) {
     squares(t, x, y, z, n);
     ZEL_Math::eq(zeros, t, 0.0f, n);
