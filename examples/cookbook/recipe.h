@@ -51,8 +51,8 @@ inline Floats numbers(std::int64_t num, float lo, float hi) {
     return x;
 }
 
-/// Prints nanoseconds an element, of the best run among those of 30 milliseconds: the least disturbed.
-template <class Work> void cost(const char* what, std::int64_t elements, Work work) {
+/// Nanoseconds an element, of the best run among those of 30 milliseconds: the least disturbed.
+template <class Work> double nanoseconds(std::int64_t elements, Work work) {
     using Clock = std::chrono::steady_clock;
     double best = 1e9;
     for (const auto end = Clock::now() + std::chrono::milliseconds(30); Clock::now() < end;) {
@@ -63,5 +63,9 @@ template <class Work> void cost(const char* what, std::int64_t elements, Work wo
         }
         best = std::min(best, std::chrono::duration<double, std::nano>(Clock::now() - start).count() / 4);
     }
-    std::printf("%-34s %6.2f ns an element\n", what, best / static_cast<double>(elements));
+    return best / static_cast<double>(elements);
+}
+
+template <class Work> void cost(const char* what, std::int64_t elements, Work work) {
+    std::printf("%-34s %6.2f ns an element\n", what, nanoseconds(elements, work));
 }
