@@ -191,5 +191,13 @@ installed() {
         [[ $(./words) == 750 ]] || fault "by pkg-config"
 }
 
+# The lines of the page on other languages, as they stand. Python is the system's, which has its NumPy.
+languages() {
+    cmake --install "$bin/.." --prefix "$PWD/zel" >../said || fault "no install"
+    sed -n '/^```sh$/,/^```$/{//!p}' "$tree/docs/languages.md" >../lines
+    (cd "$tree" && HOME=$OLDPWD PATH=/usr/bin:$PATH bash -eu "$scratch/lines") >../said 2>&1 || fault "the page's lines"
+    diff <(sed -n '/^```text$/,/^```$/{//!p}' "$tree/docs/languages.md") ../said || fault "not as the page has it"
+}
+
 $1
 ((failures == 0))
