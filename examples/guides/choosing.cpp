@@ -23,6 +23,11 @@ concept SetsBareZero = requires(T* d, const std::uint32_t* mask) {
 static_assert(!MultipliesByBareZero<float> && !MultipliesByBareZero<double>);
 static_assert(!SubtractsFromBareZero<float> && !SubtractsFromBareZero<double>);
 static_assert(!SetsBareZero<float> && SetsBareZero<int>);
+template <class T>
+concept ComparesBareZero = requires(int* d, const T* a) {
+    ZEL_Math::lt(d, a, 0, 1);
+};
+static_assert(!ComparesBareZero<float> && !ComparesBareZero<double> && ComparesBareZero<int>);
 
 int main() {
     int failures = 0;
@@ -46,9 +51,18 @@ int main() {
 
     // Where x < 0, write 7. The mask says what to keep: its words are 0 where d is to be written.
     Ints keep(n);
-    ZEL_Math::ge(keep.data(), x.data(), 0.0f, n);
+    ZEL_Math::lt(keep.data(), x.data(), 0.0f, n);
+    ZEL_Math::bxor(keep.data(), keep.data(), 1, n);  // not `ge`: of a NaN both are false
     ZEL_Math::set(x.data(), 7.0f, n, reinterpret_cast<const std::uint32_t*>(keep.data()));
     expect("where", x, Floats{7, 7, 0, 1, 2});
+
+    Floats odd = {-1, NAN, 1, NAN, -3};
+    Ints kept(n), opposite(n);
+    ZEL_Math::lt(kept.data(), odd.data(), 0.0f, n);
+    ZEL_Math::bxor(kept.data(), kept.data(), 1, n);
+    ZEL_Math::ge(opposite.data(), odd.data(), 0.0f, n);
+    expect("of NaN, turned", kept, Ints{0, 1, 1, 1, 0});
+    expect("of NaN, opposite", opposite, Ints{0, 0, 1, 0, 0});
 
     // How many were true
     const std::int64_t count = n - ZEL_Math::zerocount(keep.data(), n);
@@ -79,6 +93,10 @@ int main() {
     ZEL_Math::add(y.data(), halves.data(), 0.5f, n);
     ZEL_Math::floor(rounded.data(), y.data(), n);
     expect("round", rounded, Ints{-1, -1, 0, 1, 3});
+    const Floats wrong = {0.49999997f, 8388609.0f};
+    ZEL_Math::add(y.data(), wrong.data(), 0.5f, 2);
+    ZEL_Math::floor(rounded.data(), y.data(), 2);
+    expect("... wrongly", Ints(rounded.begin(), rounded.begin() + 2), Ints{1, 8388610});
 
     // 0 to 1 into bytes. Nothing saturates, so the limit has to fit.
     std::vector<std::uint8_t> bytes(n);
