@@ -1,9 +1,10 @@
-// The snippets of docs/flags.md: the modes of the calling thread, a reference loop, exceptions by form.
+// The snippets of docs/flags.md: the modes of the calling thread, a reference loop, exceptions held off.
 #include <xmmintrin.h>
 
 #include <cfenv>
 #include <cstdio>
-#include <cstring>
+#include <functional>
+#include <numeric>
 #include <vector>
 
 #include "ZEL_Math.h"
@@ -18,13 +19,6 @@ bool modesAreTheUsual() {
 /// Where nothing is fused, the bits of madd.
 void reference(float* d, const float* a, const float* b, std::int64_t num) {
     for (std::int64_t i = 0; i < num; ++i) d[i] = d[i] + a[i] * b[i];  // -ffp-contract=off
-}
-
-/// The exceptions that a call raises.
-template <class Call> int raised(Call call) {
-    std::feclearexcept(FE_ALL_EXCEPT);
-    call();
-    return std::fetestexcept(FE_DIVBYZERO | FE_INVALID);
 }
 
 int main() {
@@ -43,30 +37,17 @@ int main() {
     }
     reference(e.data(), a.data(), b.data(), n);
     ZEL_Math::madd(d.data(), a.data(), b.data(), n);
-    expect("a loop of one's own", std::memcmp(d.data(), e.data(), sizeof(float) * n) == 0);
+    std::printf("a loop of one's own: %d of 1000 elements differ from madd\n",
+                std::inner_product(d.begin(), d.end(), e.begin(), 0, std::plus(), std::not_equal_to()));
+    expect("... none of them", d == e);
 
-    // Of what divides by zero, the elements tell, and of estimates in lane groups nobody does.
-    const std::vector<float> zeros(64, 0.0f), negative(64, -1.0f), wide(64, 3e9f);
-    std::vector<float> r(64);
-    std::vector<int> k(64);
-    for (const bool flag : {false, true}) {
-        ZEL_Math::forceSIMD(flag);
-        const int quotient = raised([&] { ZEL_Math::invert(r.data(), zeros.data(), 64); });
-        expect("invert of 0", quotient == (flag ? 0 : FE_DIVBYZERO));
-        const int root = raised([&] { ZEL_Math::isqrt(r.data(), negative.data(), 64); });
-        expect("isqrt of -1", root == (flag ? 0 : FE_INVALID));
-        const int down = raised([&] { ZEL_Math::floor(k.data(), wide.data(), 64); });
-        expect("floor of 3e9", down == (flag ? FE_INVALID : 0));
-        const int guarded = raised([&] { ZEL_Math::safediv(r.data(), 1.0f, zeros.data(), 64); });
-        expect("safediv of 1 by 0, by elements", flag || guarded == 0);
-        expect("... is 0 whatever was raised", r == zeros);
-    }
-
+    const std::vector<float> zeros(64, 0.0f);
+    std::vector<float> r(64, 1.0f);
     feenableexcept(FE_DIVBYZERO);
     std::fenv_t before;
     std::feholdexcept(&before);  // from here nothing traps
     ZEL_Math::safediv(r.data(), 1.0f, zeros.data(), 64);
     std::fesetenv(&before);  // traps and flags as they were
-    expect("no trap in a call", fegetexcept() == FE_DIVBYZERO);
+    expect("no trap in a call", fegetexcept() == FE_DIVBYZERO && r == zeros);
     return failures;
 }
