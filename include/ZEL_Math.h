@@ -41,9 +41,9 @@ class __attribute__((visibility("default"))) ZEL_Math {
 public:
     /// @name The flag
     /// One byte for the process, read once at the start of each call that heeds it. Loading the library sets it if the
-    /// processor has SSE, as every x86-64 processor does. If `KEPgetProcessor` denies that, the flag stays clear, and
-    /// "Disabling SSE vector functions." goes to standard error if the environment has a QUARNEL_VERBOSE_ERROR that
-    /// doesn't begin with 0.
+    /// processor has SSE, as every x86-64 processor does, and so does loading a second copy by its path. If
+    /// `KEPgetProcessor` denies that, the flag stays clear, and "Disabling SSE vector functions." goes to standard
+    /// error if the environment has a QUARNEL_VERBOSE_ERROR that doesn't begin with 0.
     /// @{
     /// Stores the flag, unchecked. A call that is running goes on as it began.
     static void forceSIMD(bool on);

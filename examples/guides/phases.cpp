@@ -1,4 +1,6 @@
-// The snippets of docs/phases.md. Prints which form serves which element.
+// The snippets of docs/phases.md. Prints which form serves which element; phases memory: what streaming stores gain.
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -22,7 +24,29 @@ std::string forms(const float* a, const float* b, std::int64_t num) {
     return text;
 }
 
-int main() {
+/// Milliseconds of `add` over arrays of this many MiB together, in so many calls: the best of nine runs.
+double memory(std::int64_t mib, int calls) {
+    const std::int64_t n = (mib << 20) / 12 / 64 * 64, part = n / calls;
+    std::vector<float> a(n, 1.0f), b(n, 2.0f), d(n);
+    auto best = std::chrono::steady_clock::duration::max();
+    for (int repeat = 0; repeat < 9; ++repeat) {
+        const auto start = std::chrono::steady_clock::now();
+        for (std::int64_t i = 0; i + part <= n; i += part)
+            ZEL_Math::add(d.data() + i, a.data() + i, b.data() + i, part);
+        best = std::min(best, std::chrono::steady_clock::now() - start);
+    }
+    return std::chrono::duration<double, std::milli>(best).count();
+}
+
+int main(int argc, char**) {
+    for (const int mib : {120, 132, 192, 384}) {
+        if (argc == 1) break;
+        const double one = memory(mib, 1), two = memory(mib, 2);
+        ZEL_Math::forceSIMD(false);
+        std::printf("| %d MiB | %.1f | %.1f | %.1f |\n", mib, one, two, memory(mib, 1));
+        ZEL_Math::forceSIMD(true);
+    }
+
     const std::vector<float> zeros(64, 0.0f), ones(64, 1.0f);  // malloc aligns to 16 bytes: phase 0
     struct {
         std::int64_t a, b, num;
