@@ -9,8 +9,8 @@
 #include <cstdint>
 
 /// Operations over raw arrays: arithmetic, comparison, movement, conversion, reduction, vector streams. All of them are
-/// static members, and no instance is needed. docs/special-values.md prints what each gives for zeros, denormals,
-/// infinities and NaN in every mode. docs/phases.md has the order of work.
+/// static members, and no instance is needed. docs/special-values.md prints what members with special values of their
+/// own give for them, in each rounding mode and each denormal mode. docs/phases.md has the order of work.
 ///
 /// **Arguments.** `d` is the array written. `a`, `b` and `c` are arrays or single values. `num` counts elements, or
 /// vectors in a stream. For a `num` of 0 or less nothing is read or written, and pointers may be null. Arrays must be
@@ -31,12 +31,13 @@
 ///
 /// **Arithmetic** follows IEEE 754 in the element type, in the calling thread's rounding and denormal modes.
 ///  - A product is rounded before it is added. Nothing is fused.
-///  - A NaN operand gives that NaN, quieted. Of two NaNs, `-` and `/` give the left one, `+` and `*` either.
+///  - A NaN operand gives that NaN, quieted. Of two NaNs, `-` and `/` give the left one, `+` and `*` either. Lanes
+///    of `fdiv` and division by a `float` value are products.
 ///  - An invalid operation, such as 0 * infinity, gives the NaN 0xFFC00000 (`double`: 0xFFF8000000000000).
 ///  - Which exception flags are raised is fixed only where a block says so.
 ///
 /// **Threads.** Any thread may call any member but forceSIMD() at any time, as long as no other thread uses an element
-/// that the call writes.
+/// that the call writes, or writes one that it reads.
 class __attribute__((visibility("default"))) ZEL_Math {
 public:
     /// @name The flag
@@ -97,8 +98,9 @@ public:
     /// | `fdiv`, the same                   | a / b, rounded once        | a times rcpps(b), the estimate of 1 / b |
     /// | either, array / `float` value      | r = 1 / b once, then `mul` | the same bits, rounded twice            |
     ///
-    /// The estimate is that of `invert`. A value b of magnitude 2^-128 or less has an infinite r, or the largest finite
-    /// number where the rounding mode leads toward zero. No divisor is checked.
+    /// The estimate is that of `invert`. A value b of zero has an infinite r, and so has a denormal one under
+    /// denormals-are-zero. Any other b of magnitude 2^-128 or less has too, or the largest finite number where the
+    /// rounding mode leads toward zero. No divisor is checked.
     /// @{
     static void div(float* d, const float* a, const float* b, std::int64_t num);
     static void div(double* d, const double* a, const double* b, std::int64_t num);
@@ -170,8 +172,8 @@ public:
     /// | `zelmax` | b > a ? b : a                             | a > b ? a : b                        | NaN, zeros of two signs |
     /// | `clamp`  | lo if lo >= a, else hi if hi <= a, else a | t = hi < a ? hi : a; lo > t ? lo : t | zeros, lo > hi          |
     ///
-    /// `negate` by lane quiets a NaN. In modes without denormals, lane forms can give zeros for them and
-    /// element forms never do.
+    /// `negate` by lane quiets a NaN. In modes without denormals, a lane form can give a zero for a denormal that it
+    /// chooses. An element form keeps its bits, though its comparisons may take it for a zero.
     /// @{
     static void abs(float* d, const float* a, std::int64_t num);
     static void abs(double* d, const double* a, std::int64_t num);
@@ -404,12 +406,12 @@ public:
     /// | `cast`       | truncated                                            | the same                                  |
     /// | `floor`      | rounded down                                         | the same; 0 for denormals that the mode takes for zeros |
     /// | `splitFloat` | d: truncated, and 1 less (wrapping) where a < 0      | d: rounded down                           |
-    /// |              | frac: a - d, rounded as the caller has it            | frac: a - d, rounded down, so a 0 is -0   |
+    /// |              | frac: a - float(d), rounded as the caller has it     | frac: a - float(d), rounded down, so a 0 is -0 |
     ///
     /// NaN, infinities and what doesn't fit give -2147483648 (the definition of cvttps2dq). So `splitFloat` of -2 is -3
-    /// and 1 by element, -2 and -0 by lane, and of -infinity 2147483647 by element. The lane loops of `floor` and
-    /// `splitFloat` switch the thread's rounding mode and restore it. Without a, frac is the source. Where d and frac
-    /// overlap, d is written first.
+    /// and 1 by element, -2 and -0 by lane. By element it gives -16777219 and 2 for -16777218, where float(d) is
+    /// rounded, and 2147483647 for -infinity. The lane loops of `floor` and `splitFloat` switch the thread's rounding
+    /// mode and restore it. Without a, frac is the source. Where d and frac overlap, d is written first.
     /// @{
     static void cast(int* d, const float* a, std::int64_t num);
     static void castSIMD(int* d, const float* a, std::int64_t num);
@@ -432,10 +434,10 @@ public:
     ///
     /// With 8 and 16 bits only the phase of a counts, d may lie anywhere, and there is no fallback route.
     ///
-    /// `iwpoint` maps back: d[i] = (a[i] - black) * (1 / scale), the reciprocal rounded first. Element and lane form
-    /// differ in order: with the flag set the last num mod 4 elements come first, downward, then the others upward. In
-    /// one case they differ in bits too: 8 bits, black 0, scale 255. d[i] is then a[i] / 255 to six decimals, upward.
-    /// d may be a where both are `float`.
+    /// `iwpoint` maps back: d[i] = (a[i] - black) * (1 / scale), the reciprocal rounded first. For 8 and 16 bits the
+    /// difference is an `int`, so it is never -0. Element and lane form differ in order: with the flag set the last num
+    /// mod 4 elements come first, downward, then the others upward. In one case they differ in bits too: 8 bits, black
+    /// 0, scale 255. d[i] is then a[i] / 255 to six decimals, upward. d may be a where both are `float`.
     /// @{
     static void wpoint(float* d, const float* a, float scale, float limit, float black, std::int64_t num);
     static void wpoint(std::uint16_t* d, const float* a, float scale, float limit, float black, std::int64_t num);
