@@ -9,8 +9,8 @@
 #include <cstdint>
 
 /// Operations over raw arrays: arithmetic, comparison, movement, conversion, reduction, vector streams. All of them are
-/// static members, and no instance is needed. docs/special-values.md prints what members with special values of their
-/// own give for them, in each rounding mode and each denormal mode. docs/phases.md has the order of work.
+/// static members, and no instance is needed. docs/special-values.md prints what most give for zeros, denormals,
+/// infinities and NaN, in each rounding mode and each denormal mode. docs/phases.md has the order of work.
 ///
 /// **Arguments.** `d` is the array written. `a`, `b` and `c` are arrays or single values. `num` counts elements, or
 /// vectors in a stream. For a `num` of 0 or less nothing is read or written, and pointers may be null. Arrays must be
