@@ -64,6 +64,19 @@ void transformSome(Point* points, const float* flat, std::int64_t first, std::in
     ZEL_Math::mulColVec44(&points[first].x, reinterpret_cast<Rows>(flat), num, mask ? mask + first : nullptr);
 }
 
+/// The greatest of x, -infinity where there is none. NaN is out of the way first: the mask is 0 where x isn't a number,
+/// and set writes there. Then the upper half against the lower, until one is left. x is work space.
+float greatest(float* x, int* number, std::int64_t n) {
+    ZEL_Math::eq(number, x, x, n);
+    ZEL_Math::set(x, -INFINITY, n, reinterpret_cast<const std::uint32_t*>(number));
+    while (n > 1) {
+        const std::int64_t half = (n + 1) / 2, kept = n > 8 ? (half + 3) / 4 * 4 : half;
+        ZEL_Math::zelmax(x, x, x + kept, n - kept);
+        n = kept;
+    }
+    return n < 1 ? -INFINITY : x[0];
+}
+
 /// The largest relative error of r as the reciprocal root of t.
 double error(const Floats& r, const Floats& t) {
     double largest = 0;
@@ -113,6 +126,13 @@ void lengths() {
     expectSame("normalise x", x, wanted[0]);
     expectSame("normalise y", y, wanted[1]);
     expectSame("normalise z", z, wanted[2]);
+
+    for (std::int64_t i = 5; i < n; i += 31) wanted[1][i] = NAN;
+    Floats work = wanted[1];
+    float most = -INFINITY;
+    for (const float value : wanted[1]) most = std::max(most, value);
+    expect("the greatest but for NaN", greatest(work.data(), zeros.data(), n) == most);
+    expect("the greatest of NaN alone", greatest(Floats(9, NAN).data(), zeros.data(), 9) == -INFINITY);
 
     const auto alongX = [](float* a, std::int64_t count) {
         Floats none(count), square(count), factor(count);

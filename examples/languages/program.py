@@ -4,9 +4,10 @@ import sys
 
 import numpy as np
 
-floats = np.ctypeslib.ndpointer(np.float32, flags="C_CONTIGUOUS")
+floats = np.ctypeslib.ndpointer(np.float32, flags="C_CONTIGUOUS,ALIGNED")
+written = np.ctypeslib.ndpointer(np.float32, flags="C_CONTIGUOUS,ALIGNED,WRITEABLE")
 zel = ctypes.CDLL(sys.argv[1])
-zel.zel_mul.argtypes = [floats, floats, ctypes.c_float, ctypes.c_int64]
+zel.zel_mul.argtypes = [written, floats, ctypes.c_float, ctypes.c_int64]
 zel.zel_mul.restype = None
 zel.zel_dot.argtypes = [floats, floats, ctypes.c_int64]
 zel.zel_dot.restype = ctypes.c_double
@@ -23,8 +24,9 @@ def phase(array):
 
 whole = np.ones(1000, np.float32)
 print("phases apart:", (phase(whole[1:]) - phase(whole)) % 4)
-for refused in whole[::2], whole.astype(np.float64):  # a stride, another type
+odd = np.frombuffer(bytes(401), np.float32, 100, 1)  # behind a header of one byte, and read-only
+for refused in whole[::2], whole.astype(np.float64), odd, np.frombuffer(bytes(400), np.float32):
     try:
-        zel.zel_dot(refused, refused, 10)
+        zel.zel_mul(refused, refused, 2, 10)
     except ctypes.ArgumentError:
         print("refused")
