@@ -85,12 +85,13 @@ std::string hex(const std::byte* element, int size) {
 /// By the row's order, what does element i; nothing where the row has no such order.
 std::string part(const Case& c, Count i) {
     if (c.row.kind == Kind::loop) return "";
-    bool lanes = false;
+    Count groups = -1;  // where the first lane group begins
     for (const Step& step : c.row.order(c)) {
-        lanes |= step.form == Form::lane;
-        if (step.form == Form::lane && i >= step.first && i < step.first + step.elements) return ", lane group";
+        if (step.form != Form::lane) continue;
+        if (groups < 0) groups = step.first;
+        if (i >= step.first && i < step.first + step.elements) return ", lane group";
     }
-    return !lanes ? ", element loop" : i < 4 && i < c.count / 2 ? ", lead-in" : ", tail";
+    return groups < 0 ? ", element loop" : i < groups ? ", lead-in" : ", tail";
 }
 
 /// What went wrong in which case, and what lies at an address of the library's side.
