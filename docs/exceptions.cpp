@@ -19,7 +19,7 @@ using Z = ZEL_Math;
 using L = std::numeric_limits<float>;
 
 const std::pair<const char*, float> inputs[] = {{"0", 0.0f},
-                                                {"1e-45", L::denorm_min()},
+                                                {"1.4e-45", L::denorm_min()},
                                                 {"1e-39", 1e-39f},
                                                 {"1e-30", 1e-30f},
                                                 {"1", 1.0f},
