@@ -1,5 +1,5 @@
 // Prints which floating-point exceptions each member with a lane form raises, by element and by lane group, for a
-// list of inputs: lines of member, input, element, lane. scripts/exceptions makes docs/exceptions.md of it.
+// list of inputs: lines of member, input, element, lane. scripts/proof/exceptions makes docs/exceptions.md of it.
 #include <xmmintrin.h>
 
 #include <bit>

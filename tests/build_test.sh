@@ -48,9 +48,9 @@ guest() {
 # test of copies installs them all.
 bare() {
     local tool
-    mkdir "$temp/tools" "$temp/tree"
+    mkdir "$temp/tools"
     for tool in bash sh g++ c++ make cmake as ld ar uname; do ln -s "$(command -v $tool)" "$temp/tools"; done
-    (cd "$tree" && tar -c --exclude=./build --exclude=./out --exclude=./.git .) | tar -x -C "$temp/tree"
+    "$tree/scripts/proof/sources" "$temp/tree"
     awk '/^```sh/ { on = 1; next } on && /^```/ { exit } on' "$tree/README.md" |
         sed 's/^cmake -B build$/& -DZEL_WIDE_COPIES=OFF/' >"$temp/lines"
     (cd "$temp/tree" && quietly env -i HOME="$temp" PATH="$temp/tools" CMAKE_BUILD_PARALLEL_LEVEL=2 bash -ex "$temp/lines")

@@ -28,7 +28,7 @@ template <> inline constexpr double holds<double> = 1.0;
 }
 
 /// 1 for 1.0 and 0 for 0, by way of 64-bit integers. For GCC: at the baseline it can't narrow the mask of a double
-/// compare to an int, and would leave the loop scalar, which scripts/vectorised reports. It can narrow 64-bit integers
+/// compare to an int, and would leave the loop scalar, as scripts/proof/vectorised says. It can narrow 64-bit integers
 /// that the mask has chosen, if it can't know them in advance. Here one of them is an odd integer made of the operand
 /// atHand, the other is 0. Neither 1.0 nor 0 is a denormal, so denormals-are-zero doesn't change the compare.
 [[maybe_unused]] inline int oneByOddInteger(double chosen, double atHand) {

@@ -20,7 +20,7 @@ struct Cast {
 int bitFloor(float x) {
     constexpr int sign = -2147483647 - 1;
     // truncate's choice, but between words. With a conditional expression compilers would compute all that follows
-    // once for each case, and not vectorise: scripts/vectorised would say so.
+    // once for each case, and not vectorise: scripts/proof/vectorised would say so.
     const int bits = select(std::fabs(x) < inexpressible, std::bit_cast<int>(x), std::bit_cast<int>(-inexpressible));
     const int q = static_cast<int>(std::bit_cast<float>(bits));
     // The sign bit makes -0 of the truncation 0: equal to the bits of x = -0, and to no others between -1 and 0.

@@ -1,6 +1,15 @@
-#!/usr/bin/env python3
-"""Draws the pictures of the guides into docs/: scripts/figures"""
+#!/usr/bin/python3
+"""Draws the pictures of the guides into docs/:
+
+    docs/pictures.py            phases, slices, overlap
+    docs/pictures.py --speed    speed-*.svg, of out/bench.json and out/bench-wide.json, as scripts/bench writes them
+"""
+import collections
+import json
 import pathlib
+import sys
+
+root = pathlib.Path(__file__).resolve().parents[1]
 
 ELEMENT, LANE, OTHER, LINE = "#f4b183", "#9dc3e6", "#e0e0e0", "#404040"
 CELL, HEIGHT = 34, 30
@@ -37,7 +46,7 @@ class Picture:
         svg = "\n".join([f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" width="{width}" '
                          f'height="{height}" font-family="sans-serif">', marker,
                          f'<rect width="{width}" height="{height}" fill="white"/>', *self.parts, "</svg>", ""])
-        (pathlib.Path(__file__).resolve().parent.parent / "docs" / f"{self.name}.svg").write_text(svg)
+        (root / f"docs/{self.name}.svg").write_text(svg)
 
 
 def boundaries(p, x, top, bottom, count, addresses=False):
@@ -123,6 +132,96 @@ def overlap():
     p.save()
 
 
-phases()
-slices()
-overlap()
+def speed():
+    import matplotlib
+
+    matplotlib.use("svg")
+    import matplotlib.pyplot as plt
+    plt.rcParams.update({"svg.hashsalt": "zel", "font.size": 9, "axes.grid": True, "grid.alpha": 0.3})
+
+    def medians(file):
+        """time[kernel][who][elements] in ns, bandwidth likewise in GB/s; and the caches."""
+        report = json.loads((root / "out" / file).read_text())
+        time = collections.defaultdict(lambda: collections.defaultdict(dict))
+        bandwidth = collections.defaultdict(lambda: collections.defaultdict(dict))
+        for b in report["benchmarks"]:
+            if b.get("aggregate_name") == "median":
+                kernel, who, elements = b["run_name"].split("/")
+                time[kernel][who][int(elements)] = b["cpu_time"]
+                bandwidth[kernel][who][int(elements)] = b["bytes_per_second"] / 1e9
+        return time, bandwidth, report["context"]["caches"]
+
+    time, bandwidth, caches = medians("bench.json")
+    wide = medians("bench-wide.json")[0]
+    caches = [(f"L{c['level']}", c["size"]) for c in caches if c["type"] in ("Data", "Unified")]
+
+    def save(name, figure):
+        figure.tight_layout()
+        figure.savefig(root / f"docs/speed-{name}.svg", metadata={"Date": None})
+
+    figure, axes = plt.subplots(figsize=(7, 4))
+    for kernel in ("add", "mul value", "div", "set", "dot", "wpoint 8"):
+        points = sorted(bandwidth[kernel]["set"].items())
+        axes.plot([n * 4 for n, _ in points], [g for _, g in points], marker=".", label=kernel)
+    for name, size in caches:
+        axes.axvline(size, color="gray", linestyle=":")
+        axes.text(size, axes.get_ylim()[1], name, ha="right", va="top", color="gray")
+    axes.set(xscale="log", xlabel="bytes of one float array", ylabel="GB/s read and written", title="Bandwidth, flag set")
+    axes.legend()
+    save("bandwidth", figure)
+
+    for name, times, plain, highway, title in (
+            ("peers", time, "plain", "Highway", "The plain copy, better flag, against its best peer"),
+            ("wide", wide, "native", "Highway native", "The copy for this machine, better flag, against its best peer")):
+        figure, axes = plt.subplots(figsize=(7, 9))
+        peers = (plain, "Eigen", "VOLK", highway)
+        kernels = sorted((k for k in times if set(times[k]) & set(peers)), reverse=True)
+        for n, offset, color in ((2048, 0.27, "tab:blue"), (1 << 20, 0, "tab:orange"), (1 << 25, -0.27, "tab:green")):
+            ratios = [min(times[k][w][n] for w in peers if n in times[k][w]) /
+                      min(times[k][w][n] for w in ("set", "clear")) for k in kernels]
+            axes.barh([i + offset for i in range(len(kernels))], ratios, height=0.27, color=color, label=f"{n} elements")
+        axes.axvline(1, color="black", linewidth=0.8)
+        axes.set(yticks=range(len(kernels)), yticklabels=kernels, xscale="log", ylim=(-0.6, len(kernels) - 0.4), title=title,
+                 xlabel="times as fast as the best of " +
+                 f"a plain loop{' for the machine' * (plain == 'native')}, Eigen, VOLK and Highway")
+        axes.set_xticks([0.5, 1, 2, 5, 10], ["0.5", "1", "2", "5", "10"])
+        axes.minorticks_off()
+        axes.legend()
+        save(name, figure)
+
+    figure, axes = plt.subplots(figsize=(7, 6))
+    kernels = sorted((k for k in time if "straight" in time[k]), reverse=True)
+    for n, offset, color in ((2048, 0.2, "tab:blue"), (1 << 16, -0.2, "tab:orange")):
+        axes.barh([i + offset for i in range(len(kernels))], [time[k]["straight"][n] / time[k]["set"][n] for k in kernels],
+                  height=0.4, color=color, label=f"{n} elements")
+    axes.axvline(1, color="black", linewidth=0.8)
+    axes.set(yticks=range(len(kernels)), yticklabels=kernels, title="Lane routes against one lane group per step",
+             xlabel="times as fast as the straight loop of intrinsics")
+    axes.legend(loc="lower right")
+    save("lanes", figure)
+
+    figure, axes = plt.subplots(figsize=(7, 4))
+    for kernel in ("add", "clamp", "sqrt", "floor", "dot"):
+        points = sorted((n, t) for n, t in time[kernel]["set"].items() if n <= 64)
+        axes.plot([n for n, _ in points], [t for _, t in points], marker=".", label=kernel)
+    points = sorted((n, t) for n, t in time["add"]["plain"].items() if n <= 64)
+    axes.plot([n for n, _ in points], [t for _, t in points], "k:", label="add, plain loop")
+    axes.set(xlabel="elements", ylabel="ns a call", title="Short calls, flag set", ylim=(0, None))
+    axes.legend()
+    save("calls", figure)
+
+    figure, axes = plt.subplots(figsize=(7, 7))
+    kernels = sorted(time, reverse=True)
+    axes.barh(range(len(kernels)), [time[k]["apart"][2048] / time[k]["set"][2048] for k in kernels])
+    axes.axvline(1, color="black", linewidth=0.8)
+    axes.set(yticks=range(len(kernels)), yticklabels=kernels, xscale="log", xlabel="times the time of equal phases, 2048 elements",
+             title="What phases apart cost, flag set")
+    save("phases", figure)
+
+
+if sys.argv[1:] == ["--speed"]:
+    speed()
+else:
+    phases()
+    slices()
+    overlap()
