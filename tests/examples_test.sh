@@ -96,28 +96,42 @@ reaction() {
     [[ $(find . -name '*.part') ]] && fault "left a part"
 }
 
-# Each signal ends a program that writes by its own status, and leaves no part of a file.
+# Each signal ends a program that writes by its own status, and leaves no part of a file. mpirun may kill what it ends
+# while the disk is slow: the next start removes what is left then.
 signals() {
-    local signal state=(--size 300x200 --steps 1000000 --checkpoint s.state --every 1)
-    for signal in 1 2 15; do
-        ended $((128 + signal)) "$bin/panorama" in.exr out.png --flat --bits 16
-        ended $((128 + signal)) "$bin/reaction" out.png "${state[@]}"
-        ended '[1-9]*' mpirun -n 3 "$bin/reaction" out.png "${state[@]}"
+    local signal state=(out.png --size 300x200 --steps 1000000 --checkpoint s.state --every 1)
+    for signal in 1 2 3 15; do
+        ended panorama $((128 + signal)) "$bin/panorama" in.exr out.png --size 1500x1500 --bits 16
+        ended reaction $((128 + signal)) "$bin/reaction" "${state[@]}"
+        ended reaction $((128 + signal)) mpirun -n 3 "$bin/reaction" "${state[@]}"
+        [[ -z $(find . -name '*.p*') ]] || fault "signal $signal left $(ls)"
+        [[ $signal == 3 ]] || ended mpirun '[1-9]*' mpirun -n 3 "$bin/reaction" "${state[@]}"
+        touch s.state.5.part && rm -f s.state && "$bin/reaction" out.png --size 3x3 --steps 1 --checkpoint s.state >../said
+        [[ $(ls) == $'in.exr\nout.png\ns.state' ]] && rm out.png s.state || fault "signal $signal, next start: $(ls)"
     done
 }
-# ended STATUS COMMAND...
+# ended PROGRAM STATUS COMMAND...: the command's status when it writes a file, and its process PROGRAM, or rank 0 of
+# them, gets the signal.
 ended() {
+    local child='' writer='' status
+    rm -f s.state
     set -m  # else what runs in the background ignores SIGINT
-    timeout --foreground 60 "${@:2}" >../said 2>&1 &
+    timeout --foreground 60 "${@:3}" >../said 2>&1 &
     set +m
-    until [[ $(find . -name '*.part') ]] || ! builtin kill -0 $! 2>/dev/null; do sleep 0.005; done
-    builtin kill -$signal "$(pgrep -P $!)"
+    until [[ -e s.state || $1 == panorama ]] && writes "$writer" || ! builtin kill -0 $! 2>/dev/null; do
+        sleep 0.005
+        child=$(pgrep -P $!) && writer=$child
+        [[ $3 != mpirun ]] || writer=$(pgrep -o -P "$child" reaction)  # ranks are its children, the oldest the first
+    done 2>/dev/null
+    [[ $1 == mpirun ]] && writer=$child
+    builtin kill -$signal "$writer"
     wait $! 2>/dev/null
-    local status=$?
+    status=$?
     # shellcheck disable=SC2053  # a pattern
-    [[ $status == $1 ]] || fault "signal $signal: $status, not $1: ${*:2}"
-    [[ -z $(find . -name '*.p*') ]] || fault "signal $signal left $(ls): ${*:2}"
+    [[ $status == $2 ]] || fault "signal $signal to $1: $status, not $2: ${*:3}: $(<../said)"
 }
+# Whether a process has a part open, with a name or without.
+writes() { find "/proc/$1/fd" -printf '%l\n' | grep -qE "^$PWD/(.*[0-9]\.part|#.* \(deleted\))$"; }
 
 on() { OMP_NUM_THREADS=$2 timeout 100 mpirun -n "$1" "$bin/reaction" "${@:3}"; }
 # Of what went wrong one rank says one line; mpirun may add its own.

@@ -10,14 +10,11 @@
 #include <functional>
 #include <initializer_list>
 #include <map>
-#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "files.h"
 
 /// The words of a command line, taken from the front. The value of an option is the next word, or stands in
 /// one word with it: `--name=value`.
@@ -110,23 +107,3 @@ private:
     std::deque<std::string> words;
     std::optional<std::string> attached;
 };
-
-/// A whole main: `--help` anywhere prints the help, and what `run` throws becomes one line on standard error,
-/// or none if there is nothing to tell. A signal leaves no part of a file.
-inline int program(const char* name, const char* help, int argc, char** argv, auto&& run) {
-    std::string line;
-    cleanUpOnSignals();
-    try {
-        for (int i = 1; i < argc; ++i)
-            if (std::string(argv[i]) == "--help") return std::fputs(help, stdout) < 0;
-        run(Arguments(argc, argv));
-        return 0;
-    } catch (const std::bad_alloc&) {
-        line = "not enough memory";
-    } catch (const std::exception& e) {
-        line = e.what();
-        std::ranges::replace(line, '\n', ' ');
-    }
-    if (!line.empty()) std::fprintf(stderr, "%s: %s\n", name, line.c_str());
-    return 1;
-}

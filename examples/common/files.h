@@ -1,6 +1,7 @@
 // No file of a user's is lost: not by a mistaken command line, not by a signal, not by a full disk.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,32 +14,45 @@ struct NamedFile {
 
 inline NamedFile pngOutput(const std::string& path) { return {"the output", path, ".png", "\x89PNG\r\n\x1a\n"}; }
 
-/// Tells before any work, by an exception of one line, what would go wrong or destroy a file. A file to be
-/// written has the ending of its kind. One that is there already is empty or begins as its kind does. It is
-/// none of the other files, whatever its name.
-void checkFiles(const std::vector<NamedFile>& files);
+/// Tells before any work, by an exception of one line, what would go wrong or destroy a file. A file to be read
+/// is one that can be read, and no pipe. One to be written has the ending of its kind. If it is there already,
+/// it is empty or begins as its kind does, and can be replaced. It is none of the other files, whatever its name.
+/// Who rehearses makes a part of each output, and removes those whose writers have died.
+void checkFiles(const std::vector<NamedFile>& files, bool rehearse = true);
 
-/// The target of links, and its name while it is written, with a number that no other process has.
+/// Whether two names, or links, are of one file.
+bool sameFile(const std::string& a, const std::string& b);
+
+/// The target of links, and its name while it is written.
 std::string targetOf(const std::string& path);
-std::string partOf(const std::string& path, int process);
+std::string partOf(const std::string& path, int number);
 
-/// A file that appears under its name when it is complete, or not at all. One at a time.
+/// A file of `checkFiles` that appears under its name when it is complete, or not at all. Until then it has no
+/// name where the file system can do that, unless other processes write to it: they need one, with a number.
 class PartFile {
 public:
-    explicit PartFile(const std::string& path);
+    explicit PartFile(const std::string& path, bool shared = false);
     ~PartFile();
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
-    /// Onto the disk, then under its name in place of what was there.
+    void giveName();
+    /// Onto the disk, then under its name in place of what was there, if that is as it was.
     void finish();
 
     [[noreturn]] void fail(int error) const;
 
-    const std::string path, part;
-    int descriptor = -1;
+    const std::string path, target;
+    int number = 0, descriptor = -1;
+
+private:
+    void takeName(const std::function<bool()>& make);
+
+    std::string part;
 };
 
-/// From now on SIGINT, SIGTERM and SIGHUP remove the part file and end the program as they do by default.
-/// What was ignored when it started, as nohup has it, stays ignored.
-void cleanUpOnSignals();
+/// From now on a signal that ends the program removes the parts first, at once: one thread waits for signals, and
+/// so none waits for a slow disk. Call it before other threads start, which inherit that these signals are
+/// blocked. What was ignored when the program started, as nohup has it, stays ignored.
+void watchSignals();
+void removeParts();

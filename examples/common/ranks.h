@@ -2,15 +2,9 @@
 // process without it.
 #pragma once
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <exception>
-#include <stdexcept>
-#include <string>
 #include <vector>
 
 #ifdef WITH_MPI
@@ -27,6 +21,15 @@ struct Ranks {
         MPI_Comm_size(MPI_COMM_WORLD, &count);
     }
     ~Ranks() { MPI_Finalize(); }
+    /// Ends all ranks, from wherever it is called; returns where there is no MPI.
+    static void abort() {
+        int begun = 0, over = 0;
+        MPI_Initialized(&begun);
+        MPI_Finalized(&over);
+        if (begun && !over) MPI_Abort(MPI_COMM_WORLD, 1);
+    }
+    /// Rank 0's bytes to all.
+    void share(void* data, int bytes) { MPI_Bcast(data, bytes, MPI_BYTE, 0, MPI_COMM_WORLD); }
     int least(int x) {
         MPI_Allreduce(MPI_IN_PLACE, &x, 1, MPI_INT, MPI_MIN, MPI_COMM_WORLD);
         return x;
@@ -66,6 +69,8 @@ struct Ranks {
 #else
 struct Ranks {
     int rank = 0, count = 1;
+    static void abort() {}
+    void share(void*, int) {}
     int least(int x) { return x; }
     void gather(const void* mine, void* all, std::int64_t bytesPerRow, std::int64_t height) {
         std::memcpy(all, mine, bytesPerRow * height);
@@ -77,36 +82,3 @@ struct Ranks {
     void finishExchange() {}
 };
 #endif
-
-/// A file of which every rank moves its own bytes. Not MPI's: opening those makes files of other names,
-/// which a signal would leave behind.
-class File {
-public:
-    File(const std::string& path, bool write) : write(write), file(open(path.c_str(), write ? O_WRONLY : O_RDONLY)) {}
-    void move(std::int64_t at, void* data, std::int64_t bytes) {
-        good = good && (write ? pwrite(file, data, bytes, at) : pread(file, data, bytes, at)) == bytes;
-    }
-    /// Whether all went well on this rank; what was written is on the disk then.
-    bool close() {
-        good = good && (!write || fsync(file) == 0);
-        return ::close(file) == 0 && good;
-    }
-
-private:
-    bool write;
-    int file;
-    bool good = file >= 0;
-};
-
-/// If any rank's work throws, all do: the first of them what it caught, the others nothing to tell.
-inline void together(Ranks& ranks, auto&& work) {
-    std::exception_ptr caught;
-    try {
-        work();
-    } catch (...) {
-        caught = std::current_exception();
-    }
-    const int speaker = ranks.least(caught ? ranks.rank : ranks.count);
-    if (speaker == ranks.rank) std::rethrow_exception(caught);
-    if (speaker < ranks.count) throw std::runtime_error("");
-}

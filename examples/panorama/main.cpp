@@ -6,8 +6,8 @@
 #include <optional>
 #include <tuple>
 
-#include "common/arguments.h"
 #include "common/image_io.h"
+#include "common/program.h"
 #include "render.h"
 #include "report.h"
 
@@ -148,5 +148,5 @@ void run(Command command) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return program("panorama", help, argc, argv, [](Arguments arguments) { run(parse(std::move(arguments))); });
+    return program("panorama", help, argc, argv, [](Ranks&, Arguments arguments) { run(parse(std::move(arguments))); });
 }

@@ -3,8 +3,8 @@
 #include <optional>
 #include <tuple>
 
-#include "common/arguments.h"
 #include "common/image_io.h"
+#include "common/program.h"
 #include "common/progress.h"
 #include "common/srgb.h"
 #include "system.h"
@@ -131,7 +131,7 @@ void printReport(const System& system) {
     std::printf("  residuals   %.2g, %.2g, %.2g\n", system.residual[0], system.residual[1], system.residual[2]);
 }
 
-void run(Arguments arguments) {
+void run(Ranks&, Arguments arguments) {
     const Command command = parse(std::move(arguments));
     const std::string &input = command.files[0], &output = command.files[1];
     checkFiles({{"the input", input}, pngOutput(output)});

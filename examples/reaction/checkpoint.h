@@ -6,13 +6,13 @@
 #include <zlib.h>
 
 #include <cerrno>
-#include <climits>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 
 #include "common/files.h"
-#include "common/ranks.h"
+#include "common/program.h"
 #include "grid.h"
 
 /// The sum of all rows' accounts, in the order of the grid wherever they come from. For rank 0.
@@ -49,31 +49,44 @@ inline NamedFile checkpointFile(const std::string& path) {
     return {"--checkpoint", path, ".state", std::string(Head().kind, sizeof Head().kind)};
 }
 
-inline bool transfer(const std::string& path, bool write, const Ranks& ranks, Head& head, Reaction& reaction) {
+/// Each rank moves its own rows, and closes the file; gives an error of the system, or 0. Not by MPI's files: opening
+/// those makes others, which a signal would leave behind.
+inline int transfer(int file, bool write, const Ranks& ranks, Head& head, Reaction& reaction) {
     Cells& cells = reaction.now;
-    File file(path, write);
-    if (write && ranks.rank == 0) file.move(0, &head, sizeof head);
+    int error = file < 0 ? errno : 0;
+    const auto move = [&](std::int64_t at, void* data, std::int64_t bytes) {
+        if (error) return;
+        errno = EIO;  // of less than all bytes the system says nothing
+        if ((write ? pwrite(file, data, bytes, at) : pread(file, data, bytes, at)) != bytes) error = errno;
+    };
+    if (write && ranks.rank == 0) move(0, &head, sizeof head);
     for (const int field : {0, 1, 2})
         for (std::int64_t y = 1; y <= cells.rows; ++y)
-            file.move(sizeof head + 4 * cells.width * (field * head.start.height + reaction.first + y - 1),
-                      field == 2 ? reaction.keepRow(y) : cells.row(field, y), 4 * cells.width);
-    return file.close();
+            move(sizeof head + 4 * cells.width * (field * head.start.height + reaction.first + y - 1),
+                 field == 2 ? reaction.keepRow(y) : cells.row(field, y), 4 * cells.width);
+    if (!error && write && fsync(file) != 0) error = errno;
+    if (file >= 0 && close(file) != 0 && !error) error = errno;
+    return error;
 }
 
 /// Replaces a checkpoint when the new one is complete and on the disk.
 inline void saveCheckpoint(Ranks& ranks, Reaction& reaction, const std::string& path, std::int64_t step) {
     Head head{.step = step, .start = reaction.start};
     head.checksum = head.sum(ranks, reaction);
-    const std::string part = partOf(path, ranks.least(ranks.rank == 0 ? getpid() : INT_MAX));
     std::optional<PartFile> file;
+    int number = 0;
     // Room for all of it first: a full disk is told before any rank writes.
     together(ranks, [&] {
         if (ranks.rank != 0) return;
-        file.emplace(path);
+        file.emplace(path, ranks.count > 1);
+        number = file->number;
         if (const int error = posix_fallocate(file->descriptor, 0, head.bytes())) file->fail(error);
     });
-    together(ranks, [&, good = transfer(part, true, ranks, head, reaction)] {
-        if (!good) throw std::runtime_error(path + ": can't be written: " + std::strerror(EIO));
+    ranks.share(&number, sizeof number);
+    together(ranks, [&] {
+        const int own = file ? dup(file->descriptor) : open(partOf(path, number).c_str(), O_WRONLY | O_CLOEXEC);
+        if (const int error = transfer(own, true, ranks, head, reaction))
+            throw std::runtime_error(path + ": can't be written: " + std::strerror(error));
     });
     together(ranks, [&] {
         if (file) file->finish();
@@ -103,10 +116,10 @@ inline Head readHead(const std::string& path) {
 
 /// Takes U, V and `keep` from a checkpoint.
 inline void loadCheckpoint(Ranks& ranks, Reaction& reaction, const std::string& path, Head head) {
-    const bool good = transfer(path, false, ranks, head, reaction);
+    const int error = transfer(open(path.c_str(), O_RDONLY | O_CLOEXEC), false, ranks, head, reaction);
     const std::uint32_t sum = head.sum(ranks, reaction);
     together(ranks, [&] {
-        if (!good) refuse(path, "can't be read");
+        if (error) refuse(path, std::string("can't be read: ") + std::strerror(error));
         if (ranks.rank == 0 && sum != head.checksum) refuse(path, "is damaged");
     });
 }

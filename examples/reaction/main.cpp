@@ -7,8 +7,8 @@
 
 #include "ZEL_Math.h"
 #include "checkpoint.h"
-#include "common/arguments.h"
 #include "common/image_io.h"
+#include "common/program.h"
 #include "common/progress.h"
 
 constexpr const char* help = R"(usage: reaction [INPUT.exr] OUTPUT.png [OPTION]...
@@ -172,8 +172,4 @@ static void run(Ranks& ranks, const Arguments& arguments) {
         1e9 * best[0] / double(width * rows), 1e9 * best[1] / double(width * rows), digest);
 }
 
-int main(int argc, char** argv) {
-    Ranks ranks;
-    if (ranks.rank > 0 && !std::freopen("/dev/null", "w", stdout)) return 1;  // one speaks
-    return program("reaction", help, argc, argv, [&](const Arguments& arguments) { run(ranks, arguments); });
-}
+int main(int argc, char** argv) { return program("reaction", help, argc, argv, run); }
