@@ -1,7 +1,6 @@
 // Guarded division: a zero divisor gives a zero. Of which sign it is differs between the three guards.
 #include <limits>
 
-#include "frame/lane_constants.h"
 #include "frame/lane_loop.h"
 
 using namespace zel;
@@ -12,8 +11,8 @@ namespace {
 struct DivideGuarded {
     template <class T> static T element(T a, T b) { return a / (b != 0 ? b : std::numeric_limits<T>::infinity()); }
     static __m128 lanes(__m128 a, __m128 b) {
-        const __m128 zero = _mm_cmpeq_ps(b, floatLanes(theLaneZero));
-        return _mm_div_ps(a, select(zero, floatLanes(theLaneInfinity), b));
+        const __m128 zero = _mm_cmpeq_ps(b, _mm_setzero_ps());
+        return _mm_div_ps(a, select(zero, _mm_set1_ps(std::numeric_limits<float>::infinity()), b));
     }
 };
 
@@ -21,8 +20,8 @@ struct DivideGuarded {
 struct DivideValueGuarded : DivideGuarded {
     static __m128 lanes(__m128 a, __m128 b) {
         const __m128 quotient = _mm_div_ps(a, b);
-        const __m128 zero = _mm_cmpeq_ps(b, floatLanes(theLaneZero));
-        return select(zero, floatLanes(theLaneZero), quotient);
+        const __m128 zero = _mm_cmpeq_ps(b, _mm_setzero_ps());
+        return select(zero, _mm_setzero_ps(), quotient);
     }
 };
 

@@ -1,7 +1,6 @@
 // Sign and range: element and lane form differ on -0, NaN and crossed bounds.
 #include <bit>
 
-#include "frame/lane_constants.h"
 #include "frame/lane_loop.h"
 
 using namespace zel;
@@ -19,7 +18,7 @@ struct Magnitude {
     }
     static __m128 lanes(__m128 x) {
         x = opaque(x);  // else GCC loads the group once for each of its uses, which costs 10 % in arrays that L2 holds
-        return _mm_max_ps(_mm_sub_ps(floatLanes(theLaneZero), x), x);
+        return _mm_max_ps(_mm_sub_ps(_mm_setzero_ps(), x), x);
     }
 };
 
@@ -29,7 +28,7 @@ struct Negate {
     static double element(double x) {
         return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) ^ 0x8000000000000000);
     }
-    static __m128 lanes(__m128 x) { return _mm_sub_ps(floatLanes(theLaneZero), x); }
+    static __m128 lanes(__m128 x) { return _mm_sub_ps(_mm_setzero_ps(), x); }
 };
 
 struct Minimum {

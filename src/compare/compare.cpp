@@ -1,7 +1,6 @@
 // Comparisons: the plain ones write 0 or 1 everywhere, the fast ones keep the mask in lane groups.
 #include "compare/relations.h"
 
-#include "frame/lane_constants.h"
 #include "frame/lane_loop.h"
 
 using namespace zel;
@@ -10,7 +9,7 @@ namespace {
 
 template <class Relation> struct StoresOne : Relation {
     template <class Lanes> static __m128i lanes(Lanes a, Lanes b) {
-        return _mm_and_si128(Relation::mask(a, b), intLanes(theLaneOne));
+        return _mm_and_si128(Relation::mask(a, b), _mm_set1_epi32(1));
     }
 };
 

@@ -1,7 +1,6 @@
 // Fill, masked copy, exchange. Everything moves as bits. Nothing is computed, so signalling NaNs stay as they are.
 #include <bit>
 
-#include "frame/lane_constants.h"
 #include "frame/lane_loop.h"
 
 using namespace zel;
@@ -18,7 +17,7 @@ struct MaskedCopy {
     static constexpr bool updates = true;
     static int element(int d, int value, std::uint32_t mask) { return select(mask == 0, value, d); }
     static __m128i lanes(__m128i d, __m128i value, __m128i mask) {
-        return select(_mm_cmpeq_epi32(mask, intLanes(theLaneZero)), value, d);
+        return select(_mm_cmpeq_epi32(mask, _mm_setzero_si128()), value, d);
     }
 };
 

@@ -13,7 +13,6 @@
 #include "convert/packing.h"
 #include "convert/rounding.h"
 #include "convert/unit_table.h"
-#include "frame/lane_constants.h"
 #include "frame/lane_loop.h"
 
 using namespace zel;
@@ -29,7 +28,7 @@ struct Map {
     static __m128 lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         const __m128 x = _mm_add_ps(_mm_mul_ps(scale, a), offset);
         // minps and maxps give their second operand when the comparison fails: for a NaN the limit, and for -0 +0.
-        return _mm_max_ps(_mm_min_ps(x, limit), floatLanes(theLaneZero));
+        return _mm_max_ps(_mm_min_ps(x, limit), _mm_setzero_ps());
     }
 
     /// x where it is kept, else +0.

@@ -9,7 +9,7 @@ bool ZEL_Math::theSIMD = false;
 
 namespace {
 
-// The lane constants are part of the load image, so detection is the one step left to run. It runs as a
+// The constants of lane formulas are part of the load image, so detection is the one step left to run. It runs as a
 // constructor of the library: the loader finishes it before anything that links to the library can call in.
 [[gnu::constructor]] void detect() {
     int family, capabilities;

@@ -1,5 +1,4 @@
 // Zero count: integers, so every member gives the same count, modulo 2 to the 32nd.
-#include "frame/lane_constants.h"
 #include "frame/lane_loop.h"
 
 using namespace zel;
@@ -9,7 +8,7 @@ int ZEL_Math::zerocount(const int* a, Count num) { return theSIMD ? zerocountSIM
 int ZEL_Math::zerocountSIMD(const int* a, Count num) {
     require(num, a);
     const auto [lead, end] = LaneBounds(phase(a), num);
-    const __m128i zero = intLanes(theLaneZero);
+    const __m128i zero = _mm_setzero_si128();
     // A mask is -1 where the element is 0, so the masks add up to the negated count. There are two sums, and four masks
     // are added before they go into one, so that additions don't wait for one another.
     __m128i sum = zero, other = zero;

@@ -5,7 +5,6 @@
 
 #include <bit>
 
-#include "frame/lane_constants.h"
 #include "frame/lane_loop.h"
 
 namespace zel {
@@ -24,7 +23,7 @@ inline void eachVector(float* d, Count num, const std::uint32_t* mask, Vector ve
     };
     const auto fourMasked = [=](Count i) {
         const __m128i entries = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mask + i));
-        const __m128i zeros = _mm_cmpeq_epi32(entries, intLanes(theLaneZero));
+        const __m128i zeros = _mm_cmpeq_epi32(entries, _mm_setzero_si128());
         auto taken = static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(zeros)));
         if (taken == 0xF) return upwardByFours<1>(i, i + 4, one);
         for (; taken; taken &= taken - 1) one(i + std::countr_zero(taken));
