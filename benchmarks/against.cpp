@@ -75,19 +75,19 @@ int bench::compareWith(const char* library, const char* filter, std::vector<Coun
     if (counts.empty()) counts = {8, 256, 2048, 1 << 16, 1 << 20};
     for (const Count n : counts) std::printf("%23td", n);
     std::puts("");
-    const Data q = makeData(false);
-    fill(q, std::ranges::max(counts));
+    const Data inPhase = makeData(false), apart = makeData(true);
+    fill(inPhase, std::ranges::max(counts));
     double logarithms = 0;
     int count = 0;
     for (std::size_t k = 0; k < now.rows.size; ++k) {
         const Kernel &row = now.rows.first[k], &old = then.rows.first[k];
         if (!std::strstr(row.name, filter)) continue;
-        for (const bool flag : {true, false}) {
-            now.force(flag);
-            then.force(flag);
-            std::printf("%-20s %-6s", row.name, flag ? "set" : "clear");
+        for (const char* const mode : {"set", "clear", "apart"}) {
+            now.force(*mode != 'c');
+            then.force(*mode != 'c');
+            std::printf("%-20s %-6s", row.name, mode);
             for (const Count n : counts) {
-                const auto [low, median, high] = ratio(row, old, q, n);
+                const auto [low, median, high] = ratio(row, old, *mode == 'a' ? apart : inPhase, n);
                 std::printf("   %5.2f (%.2f to %.2f)", median, low, high);
                 std::fflush(stdout);
                 logarithms += std::log(median);
