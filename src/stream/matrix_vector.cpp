@@ -33,6 +33,7 @@ template <Vector kind, int stride, Fourth fourth> struct Transform {
         const float x = v[0], y = v[1], z = v[2];
         [[maybe_unused]] const float w = fourth == Fourth::scaled ? v[3] : 0;
         float r[4];
+        ZEL_UNROLL
         for (int j = 0; j < 4; ++j) {
             r[j] = (x * c.of[0][j] + y * c.of[1][j]) + z * c.of[2][j];
             if constexpr (fourth == Fourth::scaled) r[j] = r[j] + w * c.of[3][j];
