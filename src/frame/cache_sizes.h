@@ -1,15 +1,15 @@
 // Sizes at which a kernel changes how it goes through memory: bytes of all arrays of one call together. Those of sums
-// were measured on a Zen 5 server core (1 MiB of L2, 32 MiB of L3), that of stores on a Zen 4 server core and a Xeon.
+// were measured on Zen 4 and Zen 5 server cores (1 MiB of L2, 32 MiB of L3), that of stores on a Zen 4 core and a Xeon.
 #pragma once
 
 #include "frame/operands.h"
 
 namespace zel {
 
-/// Up to here, two blocks of a sum are formed side by side. In larger arrays the processor's prefetcher is too slow for
-/// two places in each array.
+/// Up to here, two blocks of a sum are formed side by side, or up to four where nothing is written. In larger arrays the
+/// processor's prefetcher is too slow for so many places in each array.
 constexpr Count pairedBytes = Count{1536} << 10;
-/// Up to here, they are formed side by side with prefetch instructions. Beyond, one block is formed after the other.
+/// Up to here, two are formed side by side with prefetch instructions. Beyond, one block is formed after the other.
 constexpr Count prefetchedBytes = Count{20} << 20;
 
 /// From here on, lane groups are written by streaming stores, because no cache would keep them until they are read

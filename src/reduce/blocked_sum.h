@@ -3,6 +3,8 @@
 
 #include <xmmintrin.h>
 
+#include <utility>
+
 #include "frame/lane_loop.h"
 
 namespace zel {
@@ -26,23 +28,28 @@ inline void prefetch(const float* p) { _mm_prefetch(reinterpret_cast<const char*
 template <unsigned count, bool prefetching, class Group, class... Array>
 double addBlocks(double total, Count first, Group group, Array... arrays) {
     constexpr Count line = 16;  // floats of a cache line, asked for while as many are summed
+    constexpr Count step = prefetching ? line / count : 4;
     __m128 sums[count] = {};
-    for (Count k = 0; k < blockElements; k += line / count) {
+    // Indices that are constants: with a loop over them, GCC would keep the sums in memory at -O2.
+    const auto addGroups = [&]<std::size_t... b>(Count i, std::index_sequence<b...>) {
+        ((sums[b] = _mm_add_ps(sums[b], group(i + Count{b} * blockElements))), ...);
+    };
+    for (Count k = 0; k < blockElements; k += step) {
         if constexpr (prefetching) (prefetch(arrays + first + count * (blockElements + k)), ...);
-        for (Count i = first + k; i < first + k + line / count; i += 4)
-            for (unsigned b = 0; b < count; ++b) sums[b] = _mm_add_ps(sums[b], group(i + b * blockElements));
+        for (Count i = first + k; i < first + k + step; i += 4) addGroups(i, std::make_index_sequence<count>());
     }
     for (const __m128 sum : sums) total += laneSum(sum);
     return total;
 }
 
 /// A reduction over arrays of one phase: the lead-in's sum, the tail's sum, then the blocks' sums, added in
-/// this order and upward. sisd(i, n) is the SISD member over n elements from i on, group(i) as above. mayPair: two
-/// blocks may be formed side by side, because a group writes nothing that another group of the two reads.
+/// this order and upward. sisd(i, n) is the SISD member over n elements from i on, group(i) as above. sideBySide: how
+/// many blocks may be formed so, because a group writes nothing that another group of them reads.
 template <class Sisd, class Group, class... Array>
-double reduce(Count num, bool mayPair, Sisd sisd, Group group, const float* first, Array... others) {
+double reduce(Count num, unsigned sideBySide, Sisd sisd, Group group, const float* first, Array... others) {
     require(num, first, others...);
-    const auto [lead, end] = LaneBounds(phase(first), num);
+    const LaneBounds bounds(phase(first), num);
+    const Count lead = bounds.lead, end = bounds.end;  // Clang 14 captures no structured binding
     double total = 0;
     if (lead > 0) total += sisd(0, lead);
     total += sisd(end, num - end);
@@ -52,10 +59,17 @@ double reduce(Count num, bool mayPair, Sisd sisd, Group group, const float* firs
     const bool cached = num <= pairedBytes / bytesPerElement;
     const bool prefetched = num <= prefetchedBytes / bytesPerElement;
     Count i = lead;
-    if (mayPair && prefetched)
-        for (; end - i >= 2 * blockElements; i += 2 * blockElements)
-            total =
-                cached ? addBlocks<2, false>(total, i, group) : addBlocks<2, true>(total, i, group, first, others...);
+    const auto addAll = [&]<unsigned count, bool prefetching>() {
+        for (; end - i >= count * blockElements; i += count * blockElements)
+            total = addBlocks<count, prefetching>(total, i, group, first, others...);
+    };
+    if (cached) {
+        if (sideBySide >= 4) addAll.template operator()<4, false>();
+        if (sideBySide >= 3) addAll.template operator()<3, false>();
+        if (sideBySide >= 2) addAll.template operator()<2, false>();
+    } else if (prefetched && sideBySide >= 2) {
+        addAll.template operator()<2, true>();
+    }
     while (i < end) {
         const Count stop = end - i < blockElements ? end : i + blockElements;
         __m128 sum = _mm_setzero_ps();

@@ -10,7 +10,7 @@ double ZEL_Math::dot(const float* a, const float* b, Count num) {
 double ZEL_Math::dotSIMD(const float* a, const float* b, Count num) {
     if (!inPhase(a, b)) return dotSISD(a, b, num);
     return reduce(
-        num, true, [=](Count i, Count n) { return dotSISD(a + i, b + i, n); },
+        num, 4, [=](Count i, Count n) { return dotSISD(a + i, b + i, n); },
         [=](Count i) { return _mm_mul_ps(groupAt(a, i), groupAt(b, i)); }, a, b);
 }
 

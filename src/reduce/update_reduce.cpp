@@ -23,7 +23,7 @@ double ZEL_Math::maddAndNormSIMD(float* d, const float* a, float b, Count num) {
     if (!inPhase(d, a)) return maddAndNormSISD(d, a, b, num);
     const __m128 factor = spread(b);
     return reduce(
-        num, mayPair(d, a), [=](Count i, Count n) { return maddAndNormSISD(d + i, a + i, b, n); },
+        num, mayPair(d, a) ? 2 : 1, [=](Count i, Count n) { return maddAndNormSISD(d + i, a + i, b, n); },
         [=](Count i) {
             const __m128 u = _mm_add_ps(_mm_mul_ps(factor, groupAt(a, i)), groupAt(d, i));
             putGroup(d, i, u);
@@ -51,17 +51,21 @@ double ZEL_Math::mulAndDotDA(float* d, const float* a, const float* b, Count num
 
 double ZEL_Math::mulAndDotDASIMD(float* d, const float* a, const float* b, Count num) {
     if (!inPhase(d, a, b)) return mulAndDotDASISD(d, a, b, num);
-    const bool inPlace = d == a;
-    return reduce(
-        num, mayPair(d, a) && mayPair(d, b), [=](Count i, Count n) { return mulAndDotDASISD(d + i, a + i, b + i, n); },
-        [=](Count i) {
-            const __m128 factor = groupAt(a, i);
-            const __m128 product = _mm_mul_ps(groupAt(b, i), factor);
-            putGroup(d, i, product);
-            // a is meant as it stands after the store, which reaches this group of a only if d is a.
-            return _mm_mul_ps(product, inPlace ? product : factor);
-        },
-        d, a, b);
+    const unsigned sideBySide = mayPair(d, a) && mayPair(d, b) ? 2 : 1;
+    // Two loops, since GCC would ask in each iteration at -O2.
+    const auto sum = [=]<bool inPlace>() {
+        return reduce(
+            num, sideBySide, [=](Count i, Count n) { return mulAndDotDASISD(d + i, a + i, b + i, n); },
+            [=](Count i) {
+                const __m128 factor = groupAt(a, i);
+                const __m128 product = _mm_mul_ps(groupAt(b, i), factor);
+                putGroup(d, i, product);
+                // a is meant as it stands after the store, which reaches this group of a only if d is a.
+                return _mm_mul_ps(product, inPlace ? product : factor);
+            },
+            d, a, b);
+    };
+    return d == a ? sum.template operator()<true>() : sum.template operator()<false>();
 }
 
 double ZEL_Math::mulAndDotDASISD(float* d, const float* a, const float* b, Count num) {
