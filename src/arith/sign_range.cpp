@@ -41,7 +41,7 @@ struct Maximum {
     static __m128 lanes(__m128 a, __m128 b) { return _mm_max_ps(a, b); }
 };
 
-/// The element form as it is written. Compilers make minps or maxps of it for some elements of a call.
+/// The element formula as it is written. Compilers make minps or maxps of it for some elements of a call.
 template <class Extreme> struct ByNumber {
     template <class T> static T element(T a, T b) { return Extreme::takesSecond(a, b) ? b : a; }
 };
@@ -55,19 +55,20 @@ template <class Extreme> struct ByBits {
         const Word first = std::bit_cast<Word>(a), second = std::bit_cast<Word>(b) | nothing;
         return std::bit_cast<T>(Extreme::takesSecond(a, b) ? second : first);
     }
-    static __m128 lanes(__m128 a, __m128 b, __m128i) { return Extreme::lanes(a, b); }
 };
 
-/// The element loop, in the faster form where denormals count as numbers. MXCSR is read and no arithmetic asked: a
-/// comparison of a denormal would raise a flag of its own.
-template <class Extreme, class T, class B> void extremes(T* d, const T* a, B b, Count num) {
-    constexpr unsigned denormalsAreZeros = 0x40;  // in MXCSR
-    _mm_getcsr() & denormalsAreZeros ? elements<ByBits<Extreme>>(d, num, a, b, opaque(0))
-                                     : elements<ByNumber<Extreme>>(d, num, a, b);
-}
-template <class Extreme, class B> void extremeLanes(float* d, const float* a, B b, Count num) {
-    laneForm<ByBits<Extreme>>(d, num, a, b, opaque(0));
-}
+/// The smaller or the greater of two, a where neither is.
+template <class Extreme> struct Choose : Extreme {
+    static float element(float a, float b) { return ByBits<Extreme>::element(a, b, opaque(0)); }
+
+    /// By number where denormals count as numbers. MXCSR is read and no arithmetic asked: a comparison of a denormal
+    /// would raise a flag of its own. Short calls don't ask, which would take longer than their elements.
+    template <class T, class B> static void elementForm(T* d, Count num, const T* a, B b) {
+        constexpr unsigned denormalsAreZeros = 0x40;  // in MXCSR
+        num < 32 || (_mm_getcsr() & denormalsAreZeros) ? elements<ByBits<Extreme>>(d, num, a, b, opaque(0))
+                                                       : elements<ByNumber<Extreme>>(d, num, a, b);
+    }
+};
 
 /// Element: the lower bound first, and an equal bound wins. Lane: the upper bound first, and x wins.
 struct Clamp {
@@ -90,26 +91,34 @@ void ZEL_Math::negate(double* d, const double* a, Count num) { elements<Negate>(
 void ZEL_Math::negateSIMD(float* d, const float* a, Count num) { laneForm<Negate>(d, num, a); }
 
 void ZEL_Math::zelmin(float* d, const float* a, const float* b, Count num) {
-    theSIMD ? extremeLanes<Minimum>(d, a, b, num) : extremes<Minimum>(d, a, b, num);
+    dispatch<Choose<Minimum>>(theSIMD, d, num, a, b);
 }
-void ZEL_Math::zelmin(double* d, const double* a, const double* b, Count num) { extremes<Minimum>(d, a, b, num); }
+void ZEL_Math::zelmin(double* d, const double* a, const double* b, Count num) {
+    elementForm<Choose<Minimum>>(d, num, a, b);
+}
 void ZEL_Math::zelmin(float* d, const float* a, float b, Count num) {
-    theSIMD ? extremeLanes<Minimum>(d, a, b, num) : extremes<Minimum>(d, a, b, num);
+    dispatch<Choose<Minimum>>(theSIMD, d, num, a, b);
 }
-void ZEL_Math::zelmin(double* d, const double* a, double b, Count num) { extremes<Minimum>(d, a, b, num); }
-void ZEL_Math::zelminSIMD(float* d, const float* a, const float* b, Count num) { extremeLanes<Minimum>(d, a, b, num); }
-void ZEL_Math::zelminSIMD(float* d, const float* a, float b, Count num) { extremeLanes<Minimum>(d, a, b, num); }
+void ZEL_Math::zelmin(double* d, const double* a, double b, Count num) { elementForm<Choose<Minimum>>(d, num, a, b); }
+void ZEL_Math::zelminSIMD(float* d, const float* a, const float* b, Count num) {
+    laneForm<Choose<Minimum>>(d, num, a, b);
+}
+void ZEL_Math::zelminSIMD(float* d, const float* a, float b, Count num) { laneForm<Choose<Minimum>>(d, num, a, b); }
 
 void ZEL_Math::zelmax(float* d, const float* a, const float* b, Count num) {
-    theSIMD ? extremeLanes<Maximum>(d, a, b, num) : extremes<Maximum>(d, a, b, num);
+    dispatch<Choose<Maximum>>(theSIMD, d, num, a, b);
 }
-void ZEL_Math::zelmax(double* d, const double* a, const double* b, Count num) { extremes<Maximum>(d, a, b, num); }
+void ZEL_Math::zelmax(double* d, const double* a, const double* b, Count num) {
+    elementForm<Choose<Maximum>>(d, num, a, b);
+}
 void ZEL_Math::zelmax(float* d, const float* a, float b, Count num) {
-    theSIMD ? extremeLanes<Maximum>(d, a, b, num) : extremes<Maximum>(d, a, b, num);
+    dispatch<Choose<Maximum>>(theSIMD, d, num, a, b);
 }
-void ZEL_Math::zelmax(double* d, const double* a, double b, Count num) { extremes<Maximum>(d, a, b, num); }
-void ZEL_Math::zelmaxSIMD(float* d, const float* a, const float* b, Count num) { extremeLanes<Maximum>(d, a, b, num); }
-void ZEL_Math::zelmaxSIMD(float* d, const float* a, float b, Count num) { extremeLanes<Maximum>(d, a, b, num); }
+void ZEL_Math::zelmax(double* d, const double* a, double b, Count num) { elementForm<Choose<Maximum>>(d, num, a, b); }
+void ZEL_Math::zelmaxSIMD(float* d, const float* a, const float* b, Count num) {
+    laneForm<Choose<Maximum>>(d, num, a, b);
+}
+void ZEL_Math::zelmaxSIMD(float* d, const float* a, float b, Count num) { laneForm<Choose<Maximum>>(d, num, a, b); }
 
 void ZEL_Math::clamp(float* d, const float* a, float lo, float hi, Count num) {
     dispatch<Clamp>(theSIMD, d, num, a, lo, hi);

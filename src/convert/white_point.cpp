@@ -5,7 +5,7 @@
 //   MapByMinimum         float            the limit isn't denormal     0.61, 0.83
 //   MapToSample          8 and 16 bits    any limit                    1
 //   MapToSampleThatFits  8 and 16 bits    0 <= limit < 2^31            0.50, 0.72
-// The lanes, and the elements around them, go by Map and MapToSample alone.
+// Elements around the lane groups go by Map and MapToSample alone.
 #include <bit>
 #include <cstring>
 #include <functional>
@@ -19,35 +19,50 @@ using namespace zel;
 
 namespace {
 
+/// x where it is kept, else +0.
+float positive(bool kept, float x) { return std::bit_cast<float>(select(kept, std::bit_cast<int>(x), 0)); }
+
+bool isDenormal(float x) {
+    const auto magnitude = std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFF;
+    return magnitude != 0 && magnitude < 0x00800000;
+}
+
+/// Map with the processor's minimum, one instruction for a comparison and a choice. Where denormals count as zeros the
+/// minimum gives a zero for one, so the limit mustn't be a denormal. An x that is one gives 0 anyway.
+struct MapByMinimum {
+    static float element(float a, float scale, float limit, float offset) {
+        const float x = scale * a + offset;
+        return positive(!(x <= 0), limit < x ? limit : x);
+    }
+};
+
 /// Two rounded steps and a clamp, 0 first. The lane clamp takes a NaN to the limit, the element clamp keeps it.
 struct Map {
     static float element(float a, float scale, float limit, float offset) {
         const float x = scale * a + offset;
         return positive(!(x <= 0), x >= limit ? limit : x);
     }
+    static void elementForm(float* d, Count num, const float* a, float scale, float limit, float offset) {
+        isDenormal(limit) ? elements<Map>(d, num, a, scale, limit, offset)
+                          : elements<MapByMinimum>(d, num, a, scale, limit, offset);
+    }
     static __m128 lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         const __m128 x = _mm_add_ps(_mm_mul_ps(scale, a), offset);
         // minps and maxps give their second operand when the comparison fails: for a NaN the limit, and for -0 +0.
         return _mm_max_ps(_mm_min_ps(x, limit), _mm_setzero_ps());
     }
-
-    /// x where it is kept, else +0.
-    static float positive(bool kept, float x) { return std::bit_cast<float>(select(kept, std::bit_cast<int>(x), 0)); }
 };
 
-/// The same with the processor's minimum, one instruction for a comparison and a choice. Where denormals count as zeros
-/// the minimum gives a zero for one, so the limit mustn't be a denormal. An x that is one gives 0 anyway.
-struct MapByMinimum {
-    static float element(float a, float scale, float limit, float offset) {
+/// MapToSample where the limit is a number from 0 to what an int can hold. Every clamped value fits then, and none has
+/// to be replaced before its conversion. A NaN passes the limit and isn't above 0, so it gives 0: the low bits that its
+/// conversion would have.
+template <class Sample> struct MapToSampleThatFits {
+    static Sample element(float a, float scale, float limit, float offset) {
         const float x = scale * a + offset;
-        return Map::positive(!(x <= 0), limit < x ? limit : x);
+        const float below = limit < x ? limit : x;
+        return static_cast<Sample>(static_cast<int>(positive(below > 0, below)));
     }
 };
-
-bool isDenormal(float x) {
-    const auto magnitude = std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFF;
-    return magnitude != 0 && magnitude < 0x00800000;
-}
 
 /// The low bits of the truncated value. Nothing saturates.
 template <class Sample> struct MapToSample {
@@ -57,19 +72,12 @@ template <class Sample> struct MapToSample {
     static Sample single(float a, float scale, float limit, float offset) {
         return static_cast<Sample>(truncateOne(Map::element(a, scale, limit, offset)));
     }
+    static void elementForm(Sample* d, Count num, const float* a, float scale, float limit, float offset) {
+        limit >= 0 && limit < inexpressible ? elements<MapToSampleThatFits<Sample>>(d, num, a, scale, limit, offset)
+                                            : elements<MapToSample>(d, num, a, scale, limit, offset);
+    }
     static __m128i lanes(__m128 a, __m128 scale, __m128 limit, __m128 offset) {
         return _mm_cvttps_epi32(Map::lanes(a, scale, limit, offset));
-    }
-};
-
-/// The same samples where the limit is a number from 0 to what an int can hold. Every clamped value fits then, and none
-/// has to be replaced before its conversion. A NaN passes the limit and isn't above 0, so it gives 0: the low bits that
-/// its conversion would have.
-template <class Sample> struct MapToSampleThatFits {
-    static Sample element(float a, float scale, float limit, float offset) {
-        const float x = scale * a + offset;
-        const float below = limit < x ? limit : x;
-        return static_cast<Sample>(static_cast<int>(Map::positive(below > 0, below)));
     }
 };
 
@@ -99,24 +107,14 @@ template <class Sample> void wpointLanes(Sample* d, const float* a, float scale,
     else
         packGroups<LowBits>(d, lead, end, fourAtOnce, group);
 }
-void wpointLanes(float* d, const float* a, float scale, float limit, float offset, Count num) {
-    laneForm<Map>(d, num, a, scale, limit, offset);
-}
-
-/// With the flag clear.
 template <class Sample>
-void wpointElements(Sample* d, const float* a, float scale, float limit, float offset, Count num) {
-    limit >= 0 && limit < inexpressible ? elements<MapToSampleThatFits<Sample>>(d, num, a, scale, limit, offset)
-                                        : elements<MapToSample<Sample>>(d, num, a, scale, limit, offset);
-}
-void wpointElements(float* d, const float* a, float scale, float limit, float offset, Count num) {
-    isDenormal(limit) ? elements<Map>(d, num, a, scale, limit, offset)
-                      : elements<MapByMinimum>(d, num, a, scale, limit, offset);
-}
-
-template <class D> void wpointBy(bool simd, D* d, const float* a, float scale, float limit, float black, Count num) {
+void wpointBy(bool simd, Sample* d, const float* a, float scale, float limit, float black, Count num) {
     const float offset = black + 0.5f;
-    simd ? wpointLanes(d, a, scale, limit, offset, num) : wpointElements(d, a, scale, limit, offset, num);
+    simd ? wpointLanes(d, a, scale, limit, offset, num)
+         : elementForm<MapToSample<Sample>>(d, num, a, scale, limit, offset);
+}
+void wpointBy(bool simd, float* d, const float* a, float scale, float limit, float black, Count num) {
+    dispatch<Map>(simd, d, num, a, scale, limit, black + 0.5f);
 }
 
 /// Back to float. The difference of samples is exact in int and in float.

@@ -56,6 +56,15 @@ template <class Formula, class D, class... X> [[gnu::noinline]] void elements(D 
     for (Count i = 0; i < num; ++i) put(d, i, Formula::element(at(x, i)...));
 }
 
+/// The element form of a member. A formula may bring one of its own: `elementForm` chooses the fastest of several element
+/// loops that give the bits of `element` for these operands.
+template <class Formula, class D, class... X> inline void elementForm(D d, Count num, X... x) {
+    if constexpr (requires { Formula::elementForm(d, num, x...); })
+        Formula::elementForm(d, num, x...);
+    else
+        elements<Formula>(d, num, x...);
+}
+
 /// From i to end: many(i) for each `manySize` elements at once, then one(i) for each `oneSize` of
 /// the rest, upward.
 template <Count manySize, Count oneSize, class Many, class One>
@@ -150,20 +159,20 @@ bool streams([[maybe_unused]] const void* d, [[maybe_unused]] Count num, [[maybe
 #endif
 }
 
-/// A SIMD member: the aligned route if all arrays have the phase of d, else the fallback route, an element loop.
+/// A SIMD member: the aligned route if all arrays have the phase of d, else the fallback route, the element form.
 template <class Formula, class Scope = NoScope, class D, class... X> inline void laneForm(D d, Count num, X... x) {
     require(num, d, x...);
-    if (!inPhase(d, x...)) return elements<Formula>(d, num, x...);
+    if (!inPhase(d, x...)) return elementForm<Formula>(d, num, x...);
     if constexpr (std::is_pointer_v<D> && !requires { Formula::updates; })
         if (streams(d, num, x...)) [[unlikely]]
             return streamingRoute<Formula, Scope>(d, num, x...);
     alignedRoute<Formula, Scope, false>(d, num, x...);
 }
 
-/// A dispatching member: the lane form or the element loop, as the flag says.
+/// A dispatching member: the lane form or the element form, as the flag says.
 template <class Formula, class Scope = NoScope, class D, class... X>
 inline void dispatch(bool simd, D d, Count num, X... x) {
-    simd ? laneForm<Formula, Scope>(d, num, x...) : elements<Formula>(d, num, x...);
+    simd ? laneForm<Formula, Scope>(d, num, x...) : elementForm<Formula>(d, num, x...);
 }
 
 }  // namespace zel
