@@ -112,4 +112,5 @@ packages() {
     consumer "$temp/both/usr"
 }
 
+[[ $(type -t "${3-}") == function ]] || fail "There is no test '${3-}'."
 "${@:3}"
