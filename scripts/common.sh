@@ -33,8 +33,10 @@ setup() {
 configure() {
     local path fresh=()
     path=$(command -v "$cxx") || { echo "There is no $cxx." >&2; exit 1; }
-    # Told of another compiler, CMake would start the directory over and lose the preset's settings.
-    grep -qs "^CMAKE_CXX_COMPILER:.*=$path\$" "$directory/CMakeCache.txt" || fresh=(--fresh)
+    # Told of another compiler, CMake would start the directory over and lose the preset's settings. One that was copied
+    # with its checkout it refuses.
+    grep -qsx "CMAKE_CXX_COMPILER:.*=$path" "$directory/CMakeCache.txt" &&
+        grep -qsxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "$directory/CMakeCache.txt" || fresh=(--fresh)
     CXX=$path cmake --preset "$preset" -B "$directory" "${fresh[@]}" "$@"
 }
 

@@ -30,7 +30,7 @@ std::string run(const std::string& command) {
 
 Image photograph() {
     std::vector<std::string> notes;
-    return readExr(PHOTOGRAPH, notes);
+    return readExr(PHOTOGRAPH, notes, 12);
 }
 
 /// The samples of a PNG of 8 bits, from 0 to 1, red, green and blue in turn.

@@ -29,7 +29,7 @@ namespace {
 constexpr int endings[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU, SIGPIPE, SIGXFSZ};
 
 // The part files that have a name. Never destroyed: the thread that waits for signals outlives main.
-auto& theMutex = *new std::mutex;
+auto& theMutex = *new std::recursive_mutex;
 auto& theParts = *new std::set<std::string>;
 
 /// Which file it is and when it was written last; zeros where there is none.
@@ -217,7 +217,7 @@ void PartFile::finish() {
 }
 
 void removeParts() {
-    theMutex.lock();  // for good: no other part is made
+    theMutex.lock();  // for good: no other thread makes one
     for (const std::string& part : theParts) unlink(part.c_str());
 }
 

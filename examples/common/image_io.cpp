@@ -14,16 +14,13 @@
 #include <cmath>
 #include <csetjmp>
 #include <cstring>
-#include <filesystem>
+#include <fstream>
 #include <stdexcept>
-
-#include "files.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
 constexpr std::int64_t maxPixels = std::int64_t{1} << 27;  // 16384 x 8192; beyond it a header is likely damaged
+constexpr std::int64_t maxSide = 1000000;                  // of a PNG, for those who read it by libpng
 constexpr float maxSample = 1e30f;                         // differences and products of samples stay finite
 
 [[noreturn]] void fail(const std::string& path, const std::string& what) {
@@ -69,18 +66,6 @@ std::array<std::string, 3> chooseChannels(const Imf::ChannelList& list, std::vec
     return chosen;
 }
 
-/// Puts an image that covers only a part of the display window into its place, on black.
-Image embed(const Image& part, const Imath::Box2i& data, const Imath::Box2i& display) {
-    Image whole{std::int64_t{display.max.x} - display.min.x + 1, std::int64_t{display.max.y} - display.min.y + 1, {}};
-    for (int c = 0; c < 3; ++c) {
-        whole.channel[c].resize(whole.size());
-        for (std::int64_t y = 0; y < part.height; ++y)
-            std::copy_n(&part.channel[c][y * part.width], part.width,
-                        &whole.channel[c][(y + data.min.y - display.min.y) * whole.width + data.min.x - display.min.x]);
-    }
-    return whole;
-}
-
 void makeFinite(Image& image, std::vector<std::string>& notes) {
     std::int64_t changed = 0;
     for (auto& channel : image.channel)
@@ -112,21 +97,44 @@ private:
     int before;
 };
 
-Image readChannels(const std::string& path, std::vector<std::string>& notes) {
+/// A number of a file of the system's, behind a word if there is one; none is infinite.
+double read(const char* path, const std::string& label) {
+    std::ifstream file(path);
+    for (std::string word = label.empty() ? "" : " "; word != label;)
+        if (!(file >> word)) return INFINITY;
+    double number = 0;
+    return file >> number ? number : INFINITY;
+}
+
+std::int64_t pixels(const Imath::Box2i& box) {
+    return (std::int64_t{box.max.x} - box.min.x + 1) * (std::int64_t{box.max.y} - box.min.y + 1);
+}
+
+Image readChannels(const std::string& path, std::vector<std::string>& notes, int bytesPerPixel) {
     Imf::InputFile file(path.c_str());
     const Imath::Box2i data = file.header().dataWindow(), display = file.header().displayWindow();
-    Image image{std::int64_t{data.max.x} - data.min.x + 1, std::int64_t{data.max.y} - data.min.y + 1, {}};
-    const auto tooLarge = [](const Imath::Box2i& box) {
-        return (std::int64_t{box.max.x} - box.min.x + 1) * (std::int64_t{box.max.y} - box.min.y + 1) > maxPixels;
-    };
-    if (tooLarge(data)) throw std::runtime_error("it has more than 134 million pixels");
-
+    if (pixels(data) > maxPixels) throw std::runtime_error("it has more than 134 million pixels");
     const auto names = chooseChannels(file.header().channels(), notes);
+    Imath::Box2i frame = data;
+    if (data == display) {
+    } else if (!display.intersects(data.min) || !display.intersects(data.max)) {
+        notes.push_back("Its pixels don't lie within its display window; they are taken as the whole panorama.");
+    } else if (pixels(display) > maxPixels) {
+        notes.push_back(
+            "Its display window has more than 134 million pixels; those it has are taken as the whole panorama.");
+    } else {
+        notes.push_back("Its pixels cover a part of its display window; the rest is black.");
+        frame = display;
+    }
+    Image image{std::int64_t{frame.max.x} - frame.min.x + 1, std::int64_t{frame.max.y} - frame.min.y + 1, {}};
+    askMemory("it", double(bytesPerPixel) * double(image.size()));
+
     Imf::FrameBuffer buffer;
+    const std::int64_t place = (std::int64_t{data.min.y} - frame.min.y) * image.width + data.min.x - frame.min.x;
     for (int c = 0; c < 3; ++c) {
         image.channel[c].resize(image.size());
         if (names[c].empty() || (c > 0 && names[c] == names[0])) continue;
-        buffer.insert(names[c], Imf::Slice::Make(Imf::FLOAT, image.channel[c].data(), data, sizeof(float),
+        buffer.insert(names[c], Imf::Slice::Make(Imf::FLOAT, &image.channel[c][place], data, sizeof(float),
                                                  sizeof(float) * image.width));
     }
     file.setFrameBuffer(buffer);
@@ -134,13 +142,6 @@ Image readChannels(const std::string& path, std::vector<std::string>& notes) {
     for (int c = 1; c < 3; ++c)
         if (names[c] == names[0]) image.channel[c] = image.channel[0];
     makeFinite(image, notes);
-
-    if (data == display) return image;
-    if (display.intersects(data.min) && display.intersects(data.max) && !tooLarge(display)) {
-        notes.push_back("Its pixels cover a part of its display window; the rest is black.");
-        return embed(image, data, display);
-    }
-    notes.push_back("Its pixels don't lie within its display window; they are taken as the whole panorama.");
     return image;
 }
 
@@ -161,55 +162,65 @@ void writeBytes(png_structp png, png_bytep bytes, std::size_t size) {
     }
 }
 
-/// libpng leaves by longjmp, so nothing in here may need a destructor. Failing, it leaves a
-/// reason in `reason`.
-bool encode(int descriptor, png_uint_32 width, png_uint_32 height, int bits, const std::uint8_t* bytes,
-            Progress* progress, std::string& reason) {
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &reason, onPngError, onPngWarning);
-    png_infop info = png ? png_create_info_struct(png) : nullptr;
-    if (!info || setjmp(png_jmpbuf(png))) {
-        png_destroy_write_struct(&png, &info);
-        return false;
-    }
-    png_set_write_fn(png, &descriptor, writeBytes, nullptr);
-    png_set_IHDR(png, info, width, height, bits, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                 PNG_FILTER_TYPE_DEFAULT);
-    png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
-    png_write_info(png, info);
-    for (png_uint_32 y = 0; y < height; ++y) {
-        if (progress) progress->show("writing: %d %%", int(100ll * y / height));
-        png_write_row(png, bytes + std::size_t{y} * width * 3 * (bits / 8));
-    }
-    png_write_end(png, info);
-    png_destroy_write_struct(&png, &info);
-    return true;
-}
-
 }  // namespace
 
-Image readExr(const std::string& path, std::vector<std::string>& notes) {
-    std::error_code error;
-    const auto kind = fs::status(path, error).type();
-    if (kind == fs::file_type::not_found) fail(path, "there is no such file");
-    if (kind != fs::file_type::regular) fail(path, "isn't a file that can be read");
-    if (access(path.c_str(), R_OK) != 0) fail(path, std::strerror(errno));
+void askMemory(const std::string& what, double bytes) {
+    const double free = std::min(1024 * read("/proc/meminfo", "MemAvailable:"), read("/sys/fs/cgroup/memory.max", ""));
+    if (bytes <= free) return;
+    char text[100];
+    std::snprintf(text, sizeof text, " takes %.3g GB of memory, where %.3g GB are free", 1e-9 * bytes, 1e-9 * free);
+    throw std::runtime_error(what + text);
+}
+
+Image readExr(const std::string& path, std::vector<std::string>& notes, int bytesPerPixel) {
     try {
         const Silence silence;
-        return readChannels(path, notes);
+        Image image = readChannels(path, notes, bytesPerPixel);
+        for (std::string& note : notes)  // a channel's name could command a terminal
+            std::ranges::replace_if(
+                note, [](char c) { return c < ' ' || c > '~'; }, '?');
+        return image;
     } catch (const std::bad_alloc&) {
         fail(path, "doesn't fit into memory");
+    } catch (const std::runtime_error& e) {  // OpenEXR's are others
+        fail(path, e.what());
     } catch (const std::exception& e) {
         const std::string reason = e.what();
+        for (const char* words : {"allocate memory", "bad_alloc"})  // some of them tell of it like this
+            if (reason.find(words) != std::string::npos) fail(path, "doesn't fit into memory");
         fail(path, "can't be read as an OpenEXR image: " + reason.substr(0, reason.find('\n')));
     }
 }
 
-void writePng(const std::string& path, std::int64_t width, std::int64_t height, int bits,
-              const std::vector<std::uint8_t>& bytes, Progress* progress) {
-    PartFile file(path);
-    std::string reason = "libpng has no memory";
-    if (!encode(file.descriptor, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), bits, bytes.data(),
-                progress, reason))
-        throw std::runtime_error(path + ": can't be written: " + reason);
+/// libpng leaves by longjmp, so nothing that `work` begins may need a destructor.
+void PngFile::attempt(auto work) {
+    if (setjmp(png_jmpbuf(png))) throw std::runtime_error(file.path + ": can't be written: " + reason);
+    work();
+}
+
+PngFile::PngFile(const std::string& path, std::int64_t width, std::int64_t height, int bits) : PngFile(path) {
+    if (std::max(width, height) > maxSide)
+        fail(path, std::to_string(width) + " x " + std::to_string(height) + " pixels are too many: a PNG has " +
+                       std::to_string(maxSide) + " either way");
+    png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &reason, onPngError, onPngWarning);
+    info = png ? png_create_info_struct(png) : nullptr;
+    if (!info) throw std::bad_alloc();
+    attempt([&] {
+        png_set_write_fn(png, &file.descriptor, writeBytes, nullptr);
+        png_set_IHDR(png, info, png_uint_32(width), png_uint_32(height), bits, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
+        png_write_info(png, info);
+    });
+}
+
+PngFile::~PngFile() { png_destroy_write_struct(&png, &info); }
+
+void PngFile::row(const std::uint8_t* samples) {
+    attempt([&] { png_write_row(png, samples); });
+}
+
+void PngFile::finish() {
+    attempt([&] { png_write_end(png, info); });
     file.finish();
 }

@@ -4,14 +4,20 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cctype>
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "arguments.h"
 #include "files.h"
@@ -35,10 +41,14 @@ inline std::array<char, 1000> currentLine() {
     return line;
 }
 
-/// One line, none for an empty text. What a file has in its names must not command a terminal.
+/// One line, none for an empty text. A name from a file must not command a terminal, by UTF-8 neither.
 inline void tell(std::array<char, 1000> text) {
-    for (char& c : text)
-        if (c && std::iscntrl(static_cast<unsigned char>(c))) c = c == '\n' ? ' ' : '?';
+    unsigned char before = 0;
+    for (char& c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c && (std::iscntrl(byte) || (before == 0xC2 && byte < 0xA0))) c = c == '\n' ? ' ' : '?';
+        before = byte;
+    }
     if (text[0]) std::fprintf(stderr, "%s: %s\n", theProgram, text.data());
 }
 
@@ -61,37 +71,53 @@ inline void together(Ranks& ranks, auto&& work) {
     if (speaker < ranks.count) throw Agreed(speaker == ranks.rank ? line.data() : "");
 }
 
-/// A whole main: `--help` anywhere prints the help, and what `run` throws becomes a line. What a rank throws alone, in
-/// whichever thread, ends the others as well: they may wait for it.
+/// What leaves a rank alone ends all of them, since they may wait for it. Of ranks that fail together the first to tell
+/// its line ends the others before they do, and of threads the others wait for their end.
+inline void endAlone() {
+    static std::atomic_flag ended;
+    if (ended.test_and_set()) pause();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100) * std::min(Ranks::rank, 10));
+    if (std::current_exception()) tell(currentLine());
+    removeParts();
+    Ranks::abort();
+}
+
+/// A whole main: `--help` anywhere prints the help, and what `run` throws becomes a line. A rank that throws alone, in
+/// whichever thread, or is ended by a library, ends the others as well.
 inline int program(const char* name, const char* help, int argc, char** argv, auto&& run) {
     theProgram = name;
     // A file must not come to lie where text is printed. What is open the wrong way round tells who uses it.
     for (const int stream : {0, 1, 2})
         if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY) != stream) return 1;
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // what a run of days tells is there while it runs
+    watchSignals();
     std::set_terminate([] {
-        if (std::current_exception()) tell(currentLine());
-        removeParts();
-        Ranks::abort();
+        endAlone();
         std::_Exit(1);
     });
-    watchSignals();
+    std::atexit([] {  // libgomp ends a program where it can't have a thread
+        removeParts();
+        Ranks::abort();
+    });
     Ranks ranks;
-    int status = 0;
     try {
         if (ranks.rank > 0 && !std::freopen("/dev/null", "w", stdout)) throw std::runtime_error(std::strerror(errno));
-        const bool helps = std::find(argv, argv + argc, std::string("--help")) != argv + argc;
-        if (helps)
+#ifndef WITH_MPI
+        // mpirun would start it several times over, all for one file.
+        for (const char* size : {"OMPI_COMM_WORLD_SIZE", "PMI_SIZE"})
+            if (const char* started = std::getenv(size); started && started != std::string("1"))
+                throw std::runtime_error("was built without MPI, and can't run under mpirun");
+#endif
+        if (std::find(argv, argv + argc, std::string("--help")) != argv + argc)
             std::fputs(help, stdout);
         else
             run(ranks, Arguments(argc, argv));
         if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw Agreed("standard output can't be written");
+        return 0;
     } catch (const Agreed&) {
         tell(currentLine());
-        status = 1;
     } catch (...) {
-        tell(currentLine());
-        if (ranks.count > 1) Ranks::abort();
-        status = 1;
+        endAlone();
     }
-    return status;
+    return 1;
 }

@@ -4,29 +4,30 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <vector>
+#include <cstdlib>
 
 #ifdef WITH_MPI
 #    define OMPI_SKIP_MPICXX
 #    include <mpi.h>
 
+#    include <vector>
+
 struct Ranks {
-    int rank = 0, count = 1;
+    static inline int rank = 0, count = 1;
     std::vector<MPI_Request> messages;
 
     Ranks() {
+        setenv("HWLOC_HIDE_ERRORS", "2", 0);  // in a container without /sys MPI's hwloc tells of it at each start
         MPI_Init_thread(nullptr, nullptr, MPI_THREAD_FUNNELED, &rank);
         MPI_Comm_rank(MPI_COMM_WORLD, &rank);
         MPI_Comm_size(MPI_COMM_WORLD, &count);
     }
     ~Ranks() { MPI_Finalize(); }
-    /// Ends all ranks, from wherever it is called; returns where there is no MPI.
+    /// Ends all other ranks, too, from wherever it is called before the end.
     static void abort() {
-        int begun = 0, over = 0;
-        MPI_Initialized(&begun);
+        int over = 0;
         MPI_Finalized(&over);
-        if (begun && !over) MPI_Abort(MPI_COMM_WORLD, 1);
+        if (count > 1 && !over) MPI_Abort(MPI_COMM_WORLD, 1);
     }
     /// Rank 0's bytes to all.
     void share(void* data, int bytes) { MPI_Bcast(data, bytes, MPI_BYTE, 0, MPI_COMM_WORLD); }
@@ -34,18 +35,11 @@ struct Ranks {
         MPI_Allreduce(MPI_IN_PLACE, &x, 1, MPI_INT, MPI_MIN, MPI_COMM_WORLD);
         return x;
     }
-    /// The rows of all ranks in the order of the grid, for rank 0.
-    void gather(const void* mine, void* all, std::int64_t bytesPerRow, std::int64_t height) {
-        std::vector<int> first, rows;
-        for (int r = 0; r < count; ++r) {
-            first.push_back(int(height * r / count));
-            rows.push_back(int(height * (r + 1) / count) - first[r]);
-        }
-        MPI_Datatype row;
-        MPI_Type_contiguous(int(bytesPerRow), MPI_BYTE, &row);
-        MPI_Type_commit(&row);
-        MPI_Gatherv(mine, rows[rank], row, all, rows.data(), first.data(), row, 0, MPI_COMM_WORLD);
-        MPI_Type_free(&row);
+    /// Takes what rank `from` has to rank 0.
+    void pass(int from, void* data, std::int64_t bytes) {
+        if (from == 0) return;
+        if (rank == from) MPI_Send(data, int(bytes), MPI_BYTE, 0, 0, MPI_COMM_WORLD);
+        if (rank == 0) MPI_Recv(data, int(bytes), MPI_BYTE, from, 0, MPI_COMM_WORLD, MPI_STATUS_IGNORE);
     }
     /// Fills the rows `above` and `below` this rank's from the neighbours, the last and first of all
     /// being neighbours; sends its own `first` and `last`. Until the exchange is finished, all four
@@ -68,13 +62,11 @@ struct Ranks {
 };
 #else
 struct Ranks {
-    int rank = 0, count = 1;
+    static inline int rank = 0, count = 1;
     static void abort() {}
     void share(void*, int) {}
     int least(int x) { return x; }
-    void gather(const void* mine, void* all, std::int64_t bytesPerRow, std::int64_t height) {
-        std::memcpy(all, mine, bytesPerRow * height);
-    }
+    void pass(int, void*, std::int64_t) {}
     void startExchange(float* above, const float* first, const float* last, float* below, int size) {
         std::copy_n(last, size, above);
         std::copy_n(first, size, below);

@@ -18,9 +18,7 @@ void expose(const Scene& scene, Strip& s) {
 void reinhard(const Scene&, Strip& s) {
     float *light = s.scratch.data(), *factor = s.other.data();
     for (Floats& channel : s.channel) ZEL_Math::clamp(channel.data(), channel.data(), 0, brightest, s.count);
-    ZEL_Math::mul(light, s.channel[0].data(), 0.2126f, s.count);
-    ZEL_Math::madd(light, s.channel[1].data(), 0.7152f, s.count);
-    ZEL_Math::madd(light, s.channel[2].data(), 0.0722f, s.count);
+    luminance(light, s.channel, s.count);
     ZEL_Math::mul(factor, light, 1 / 16.f, s.count);
     ZEL_Math::add(factor, factor, 1, s.count);
     ZEL_Math::add(light, light, 1, s.count);

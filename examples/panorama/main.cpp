@@ -35,9 +35,11 @@ Shows what a camera in the middle of an equirectangular HDR panorama sees. Optio
                     over strips of 8192 pixels, on one core, and how far the numbers part
   --help            this text
 
-Input: any channel types; R, G and B, or one channel as grey. Output: sRGB; its curve is made of square roots and
-is at most 0.0016 off.
+Input: any channel types; R, G and B, or one channel as grey; at most 134 million pixels, 20 bytes of memory each.
+What isn't free of that is told before it is taken. Output: sRGB; its curve is made of square roots and is at most
+0.0016 off.
 )";
+constexpr int bytesPerPixel = 20;  // three channels, luminance and its weights
 
 struct Command {
     std::vector<std::string> files;
@@ -87,22 +89,12 @@ Command parse(Arguments arguments) {
     return command;
 }
 
-/// Pictures of one size, side by side.
-Picture join(const std::vector<Picture>& pictures) {
-    Picture all{0, pictures[0].height, {}};
-    const std::size_t row = pictures[0].bytes.size() / std::size_t(all.height);
-    for (const Picture& p : pictures) all.width += p.width, all.blown += p.blown;
-    for (std::size_t y = 0; y < std::size_t(all.height); ++y)
-        for (const Picture& p : pictures) all.bytes.insert(all.bytes.end(), &p.bytes[y * row], &p.bytes[y * row] + row);
-    return all;
-}
-
 void run(Command command) {
     const std::string &input = command.files[0], &output = command.files[1];
     Options& options = command.options;
     checkFiles({{"the input", input}, pngOutput(output)});
     std::vector<std::string> notes;
-    const Image panorama = readExr(input, notes);
+    const Image panorama = readExr(input, notes, bytesPerPixel);
     if (options.width == 0) {
         const double texels =
             double(panorama.width) / std::numbers::pi * std::tan(options.fov * std::numbers::pi / 360);
@@ -113,25 +105,36 @@ void run(Command command) {
     const Brightness brightness = measure(panorama);
     const bool automatic = command.exposures.empty();
     if (automatic) command.exposures = {automaticExposure(brightness)};
-    Picture picture;
+    const auto [width, height] = Scene(panorama, options, 0).size();
+    const std::int64_t row = width * 3 * options.bits / 8, count = std::int64_t(command.exposures.size());
+    PngFile file(output, count * width, height, options.bits);
+    askMemory(output + ": a picture of this size", double(row * height * count));
+    std::int64_t blown = 0;
     std::string stops;
     {
         Progress progress;
         std::vector<Picture> pictures;
         for (const double exposure : command.exposures) {
             pictures.push_back(render(Scene(panorama, options, exposure), progress));
+            blown += pictures.back().blown;
             char text[40];
             std::snprintf(text, sizeof text, "%s%+.10g", stops.empty() ? "" : ", ", exposure);
             stops += text;
         }
-        picture = pictures.size() > 1 ? join(pictures) : std::move(pictures[0]);
-        writePng(output, picture.width, picture.height, options.bits, picture.bytes, &progress);
+        for (std::int64_t y = 0; y < height; ++y) {
+            std::vector<std::uint8_t> sideBySide;
+            for (const Picture& p : pictures)
+                sideBySide.insert(sideBySide.end(), &p.bytes[y * row], &p.bytes[y * row] + row);
+            file.row(sideBySide.data());
+            progress.show("writing: %d %%", int(100 * y / height));
+        }
+        file.finish();
     }
 
-    const double pixels = double(picture.width * picture.height);
+    const double pixels = double(count * width * height);
     std::printf("%s, %lld x %lld\n", input.c_str(), (long long)panorama.width, (long long)panorama.height);
     for (const auto& note : notes) std::printf("  %s\n", note.c_str());
-    std::printf("%s, %lld x %lld, %d bits\n", output.c_str(), (long long)picture.width, (long long)picture.height,
+    std::printf("%s, %lld x %lld, %d bits\n", output.c_str(), (long long)(count * width), (long long)height,
                 options.bits);
     if (options.flat)
         std::printf("  view       the whole panorama as it lies, no tone curve\n");
@@ -140,7 +143,7 @@ void run(Command command) {
                     options.fov, options.tone.c_str());
     std::printf("  luminance  mean %g, typical %g\n", brightness.mean, brightness.typical);
     std::printf("  exposure   %s stops%s, offset %g\n", stops.c_str(), automatic ? " (automatic)" : "", options.offset);
-    std::printf("  blown      %lld pixels, %.2g %%%s\n", (long long)picture.blown, 100 * double(picture.blown) / pixels,
+    std::printf("  blown      %lld pixels, %.2g %%%s\n", (long long)blown, 100 * double(blown) / pixels,
                 options.markClipped ? ", marked" : "");
     if (command.report) report(panorama, options, automatic ? std::nullopt : std::optional(command.exposures[0]));
 }

@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "ZEL_Math.h"
+#include "common/srgb.h"
 
 Strip::Strip(std::int64_t first, std::int64_t count) : first(first), count(count), ray(4 * count) {
     for (Floats* array : {&x, &y, &z, &length, &shrink, &across, &down, &scratch, &other}) array->resize(count);
@@ -28,9 +29,7 @@ Brightness measure(const Image& panorama) {
         ZEL_Math::set(&weight[y * panorama.width], float(share), panorama.width);
         total += share * double(panorama.width);
     }
-    ZEL_Math::mul(light.data(), panorama.channel[0].data(), 0.2126f, size);
-    ZEL_Math::madd(light.data(), panorama.channel[1].data(), 0.7152f, size);
-    ZEL_Math::madd(light.data(), panorama.channel[2].data(), 0.0722f, size);
+    luminance(light.data(), panorama.channel, size);
     ZEL_Math::zelmax(light.data(), light.data(), 0.0f, size);  // lossy files dip below 0
     Brightness result;
     result.mean = ZEL_Math::dot(light.data(), weight.data(), size) / total;
@@ -53,7 +52,7 @@ std::vector<Step> steps(const Options& options) {
 Picture render(const Scene& scene, Progress& progress) {
     const auto [width, height] = scene.size();
     const std::int64_t size = width * height, bytes = scene.options.bits / 8;
-    Picture picture{width, height, {}};
+    Picture picture;
     picture.bytes.resize(size * 3 * bytes);
     std::uint8_t* to = picture.bytes.data();
     const std::vector<Step> all = steps(scene.options);

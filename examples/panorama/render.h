@@ -16,7 +16,6 @@ Brightness measure(const Image& panorama);
 double automaticExposure(const Brightness& brightness);
 
 struct Picture {
-    std::int64_t width = 0, height = 0;
     std::vector<std::uint8_t> bytes;  // as the PNG writer takes them
     std::int64_t blown = 0;           // pixels with a channel at 1 or above
 };

@@ -24,10 +24,12 @@ smooth membrane between them.
   --help               this text
 
 Rectangle and source may touch the border of the picture, where pixels have fewer neighbours, as long as anything
-surrounds the rectangle. The unknown is the logarithm of filling / source: inside, each is the weighted mean of its
+surrounds the rectangle. A picture has at most 134 million pixels and takes 52 bytes of memory each, the rectangle 60
+more. What isn't free of that is told before it is taken. The unknown is the logarithm of filling / source: inside, each is the weighted mean of its
 neighbours. The weight is 1 / (1 + (d / 0.1)^2), at least 0.01, where logarithms of the source differ by d: a change
 is hardly seen there.
 )";
+constexpr int bytesPerPixel = 52, bytesPerUnknown = 60;
 
 struct Place {
     std::int64_t x = 0, y = 0, width = 0, height = 0;
@@ -136,14 +138,17 @@ void run(Ranks&, Arguments arguments) {
     const std::string &input = command.files[0], &output = command.files[1];
     checkFiles({{"the input", input}, pngOutput(output)});
     std::vector<std::string> notes;
-    Image image = readExr(input, notes);
+    Image image = readExr(input, notes, bytesPerPixel);
     const Place picture{0, 0, image.width, image.height}, to = *command.rectangle;
     const Place from = command.source.value_or(to);
     to.check("--rectangle", picture);
     from.check("--source", picture);
+    askMemory("--rectangle", double(bytesPerUnknown) * double(to.width * to.height));
+    PngFile file(output, image.width, image.height, 8);
 
     Levels level, source;
     for (int c = 0; c < 3; ++c) {
+        level[c].reserve(image.size());
         for (float light : image.channel[c])  // lossy files dip below 0
             level[c].push_back(std::log(std::max(light, 1e-4f)));
         source[c] = command.source ? level[c] : Floats(image.size());
@@ -163,7 +168,9 @@ void run(Ranks&, Arguments arguments) {
             image.channel[c][(to.y + y) * image.width + to.x + x] =
                 std::exp(source[c][(from.y + y) * image.width + from.x + x] + system.solution[c][system.at(x, y)]);
         }
-    writePng(output, image.width, image.height, 8, develop(image, command.stops));
+    const std::vector<std::uint8_t> samples = develop(image, command.stops);
+    for (std::int64_t y = 0; y < image.height; ++y) file.row(&samples[3 * y * image.width]);
+    file.finish();
 
     std::printf("%s, %lld x %lld\n", input.c_str(), (long long)image.width, (long long)image.height);
     for (const auto& note : notes) std::printf("  %s\n", note.c_str());

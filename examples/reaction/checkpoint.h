@@ -17,13 +17,18 @@
 
 /// The sum of all rows' accounts, in the order of the grid wherever they come from. For rank 0.
 inline Account account(Ranks& ranks, Reaction& reaction) {
-    std::vector<Account> rows(reaction.start.height);
-    ranks.gather(reaction.accounts().data(), rows.data(), sizeof(Account), reaction.start.height);
+    std::vector<Account> rows = reaction.accounts();
     Account all;
-    for (const Account& row : rows) {
-        all.mass += row.mass, all.change += row.change;
-        all.digest = std::uint32_t(crc32_combine(all.digest, row.digest, 8 * reaction.now.width));
-        all.checksum = std::uint32_t(crc32_combine(all.checksum, row.checksum, 12 * reaction.now.width));
+    for (int r = 0; r < ranks.count; ++r) {
+        if (ranks.rank == 0) rows.resize(Reaction::rowsOf(reaction.start.height, r, ranks.count));
+        ranks.pass(r, rows.data(), std::int64_t(sizeof(Account) * rows.size()));
+        for (const Account& row : rows) {
+            all.mass += row.mass, all.change += row.change;
+            all.digest =
+                std::uint32_t(crc32_combine(all.digest, row.digest, Account::digestBytes * reaction.now.width));
+            all.checksum =
+                std::uint32_t(crc32_combine(all.checksum, row.checksum, Account::checksumBytes * reaction.now.width));
+        }
     }
     return all;
 }
@@ -35,12 +40,12 @@ struct Head {
     Start start;
     std::uint64_t checksum = 0;  // CRC-32 of what stands before it, and of each row's U, V and `keep`
 
-    std::int64_t bytes() const { return sizeof(Head) + 12 * start.width * start.height; }
+    std::int64_t bytes() const { return sizeof(Head) + cells(); }
+    std::int64_t cells() const { return Account::checksumBytes * start.width * start.height; }
     /// For rank 0.
     std::uint32_t sum(Ranks& ranks, Reaction& r) const {
         const auto before = crc32(0, reinterpret_cast<const Bytef*>(this), offsetof(Head, checksum));
-        const auto rows = 12 * start.width * start.height;
-        return std::uint32_t(crc32_combine(before, account(ranks, r).checksum, rows));
+        return std::uint32_t(crc32_combine(before, account(ranks, r).checksum, cells()));
     }
 };
 static_assert(sizeof(Head) == 56);  // no padding, which would be anything
@@ -101,16 +106,17 @@ inline void saveCheckpoint(Ranks& ranks, Reaction& reaction, const std::string& 
 inline Head readHead(const std::string& path) {
     Head head;
     std::ifstream file(path, std::ios::binary);
-    std::error_code error;
-    const auto found = std::int64_t(std::filesystem::file_size(path, error));
-    if (error) refuse(path, error.message());
-    const auto& [width, height, feed, kill, seed] = head.start;
-    if (!file.read(reinterpret_cast<char*>(&head), sizeof head) ||
-        std::memcmp(head.kind, Head().kind, sizeof head.kind) != 0)
-        refuse(path, "isn't a checkpoint");
-    if (width < 1 || height < 1 || width > 65535 || height > 65535 || found != head.bytes())
-        refuse(path, std::to_string(found) + " bytes; a checkpoint of " + std::to_string(width) + "x" +
-                         std::to_string(height) + " cells has " + std::to_string(head.bytes()));
+    file.read(reinterpret_cast<char*>(&head), sizeof head);
+    if (!file.is_open() || file.bad()) refuse(path, std::string("can't be read: ") + std::strerror(errno));
+    if (!file || std::memcmp(head.kind, Head().kind, sizeof head.kind) != 0) refuse(path, "isn't a checkpoint");
+    const auto [width, height, feed, kill, seed] = head.start;
+    const std::string size = std::to_string(width) + "x" + std::to_string(height);
+    if (std::min(width, height) < 1 || std::max(width, height) > Start::maxSide)
+        refuse(path, "is damaged: its grid has " + size + " cells");
+    const auto found = std::int64_t(std::filesystem::file_size(path));
+    if (found != head.bytes())
+        refuse(path, std::to_string(found) + " bytes; a checkpoint of " + size + " cells has " +
+                         std::to_string(head.bytes()));
     return head;
 }
 

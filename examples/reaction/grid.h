@@ -9,7 +9,7 @@
 #include <random>
 
 #include "ZEL_Math.h"
-#include "common/image.h"
+#include "common/srgb.h"
 
 /// U's plane and then V's, each with a row more above and below, 0 and rows + 1, for the neighbours'. A row
 /// has room on either side for the cell at its other end, so that x - 1 and x + 1 are addresses.
@@ -22,18 +22,23 @@ struct Cells {
     Cells(std::int64_t width, std::int64_t rows) : width(width), rows(rows) {}
     float* row(int field, std::int64_t y) { return data.data() + field * plane + y * stride + lead; }
     void joinEnds(std::int64_t y) {
-        for (float* x : {row(0, y), row(1, y)}) x[-1] = x[width - 1], x[width] = x[0];
+        for (float* x : {row(0, y), row(1, y)}) {
+            x[-1] = x[width - 1];
+            x[width] = x[0];
+        }
     }
 };
 
 /// Of a row or the grid: V's mass, the squares of its last change, CRC-32 of U and V, and with `keep`.
 struct Account {
+    static constexpr std::int64_t digestBytes = 8, checksumBytes = 12;  // of a cell
     double mass = 0, change = 0;
     std::uint32_t digest = 0, checksum = 0;
 };
 
 /// What a grid begins with, beside the photograph.
 struct Start {
+    static constexpr std::int64_t maxSide = 65535;
     std::int64_t width = 0, height = 0;
     float feed = 0.04f, kill = 0.0605f;
     std::int64_t seed = 1;
@@ -50,20 +55,24 @@ struct Reaction {
     /// The calling thread's own, kept from step to step.
     static float* scratch(std::int64_t size) {
         static thread_local Floats mine;
-        return mine.resize(size), mine.data();
+        mine.resize(size);
+        return mine.data();
+    }
+    /// Which of the grid's rows is the first of a rank.
+    static std::int64_t firstRow(std::int64_t height, int rank, int ranks) { return height * rank / ranks; }
+    static std::int64_t rowsOf(std::int64_t height, int rank, int ranks) {
+        return firstRow(height, rank + 1, ranks) - firstRow(height, rank, ranks);
     }
 
     /// U everywhere, V in squares that `seed` places. V dies faster where the photograph, if any, is light.
     Reaction(const Start& start, int rank, int ranks, const Image& photograph)
         : start(start),
-          first(start.height * rank / ranks),
-          now(start.width, start.height * (rank + 1) / ranks - first) {
+          first(firstRow(start.height, rank, ranks)),
+          now(start.width, rowsOf(start.height, rank, ranks)) {
         const auto [width, height, feed, kill, seed] = start;
         // How light a pixel is: the share of the photograph that is darker.
         Floats light(photograph.channel[0].size()), sorted;
-        for (int c = 0; c < 3; ++c)
-            ZEL_Math::madd(light.data(), photograph.channel[c].data(), std::array{0.2126f, 0.7152f, 0.0722f}[c],
-                           std::int64_t(light.size()));
+        luminance(light.data(), photograph.channel, std::int64_t(light.size()));
         std::ranges::sort(sorted = light);
         for (float& x : light) x = float(std::ranges::lower_bound(sorted, x) - sorted.begin()) / float(light.size());
         for (std::int64_t y = 1; y <= now.rows; ++y) {
@@ -133,23 +142,19 @@ struct Reaction {
         return rows;
     }
 
-    /// Red, green and blue for each cell.
-    std::vector<std::uint8_t> picture() {
+    /// Red, green and blue for each cell of a row.
+    void paint(std::uint8_t* rgb, std::int64_t y) {
         // From little V to much: paper, peach, coral, wine, plum, ink.
         constexpr int colours[][3] = {{252, 244, 226}, {250, 228, 192}, {242, 166, 122},
                                       {196, 80, 92},   {98, 36, 94},    {20, 14, 50}};
-        std::vector<std::uint8_t> rgb, level(now.width);
-        for (std::int64_t y = 1; y <= now.rows; ++y) {
-            float *shade = scratch(now.width), *v = now.row(1, y);
-            // Slopes that rise to the right are darker, as if light came from there.
-            ZEL_Math::sub(shade, v, v - 1, now.width);
-            ZEL_Math::scaleoffset(shade, 0.75f, v, now.width);
-            ZEL_Math::wpoint(level.data(), shade, 660, 254, 0, now.width);
-            for (const int x : level)
-                for (int c = 0; c < 3; ++c)
-                    rgb.push_back(
-                        std::uint8_t((colours[x / 51][c] * (51 - x % 51) + colours[x / 51 + 1][c] * (x % 51)) / 51));
-        }
-        return rgb;
+        std::vector<std::uint8_t> level(now.width);
+        float *shade = scratch(now.width), *v = now.row(1, y);
+        // Slopes that rise to the right are darker, as if light came from there.
+        ZEL_Math::sub(shade, v, v - 1, now.width);
+        ZEL_Math::scaleoffset(shade, 0.75f, v, now.width);
+        ZEL_Math::wpoint(level.data(), shade, 660, 254, 0, now.width);
+        for (const int x : level)
+            for (int c = 0; c < 3; ++c)
+                *rgb++ = std::uint8_t((colours[x / 51][c] * (51 - x % 51) + colours[x / 51 + 1][c] * (x % 51)) / 51);
     }
 };

@@ -21,14 +21,19 @@ U into V and is killed: faster where a photograph is light. Any number of ranks 
   --feed F, --kill K  rates, 0 to 0.1 (0.04, 0.0605); with INPUT, the mean of K
   --seed S            chooses the places where V starts (1)
   --report N          tell the mass of V and its change every N steps (at the end only)
-  --checkpoint FILE   keep the state in FILE.state, at the end and every so many steps
-  --every N           how many (1000)
-  --resume FILE       go on from a checkpoint, which has the size, the rates and what INPUT made of them
+  --checkpoint FILE   keep the state in FILE.state, at the end and every so many steps. One that is there is replaced
+                      only if the run goes on from it.
+  --overwrite         replace it in any case
+  --every N           how many steps (1000)
+  --resume FILE       go on from a checkpoint, which has the size, the rates and what INPUT made of them. If it is
+                      that of --checkpoint and not there yet, the run begins afresh: one line serves all starts.
   --flag set|clear    the library's flag (set)
 
 mpirun -n sets the ranks, OMP_NUM_THREADS the threads of each. Change is the sum of the squares of V's changes in the
-last step, the digest the CRC-32 of the cells: the first row of U, that of V, the second row of U, and so on.
+last step, the digest the CRC-32 of the cells: the first row of U, that of V, the second row of U, and so on. A cell
+takes 20 bytes of memory, and a pixel of INPUT 20 in each rank. What isn't free of that is told before it is taken.
 )";
+constexpr int bytesPerPixel = 20, bytesPerCell = 20;
 
 struct Command {
     std::vector<std::string> files;
@@ -37,8 +42,12 @@ struct Command {
     std::optional<std::pair<std::int64_t, std::int64_t>> size;
     std::optional<double> feed, kill, seed;  // where not given, a checkpoint's or the defaults
     double steps = 4000, report = 1e9, every = 0;
+    bool overwrite = false;
 
-    void parse(Arguments words) {
+    bool draws() const { return files.size() > 1; }
+
+    /// Checks the files as well; who rehearses tells whether the run goes on from --resume.
+    bool parse(Arguments words, bool rehearse) {
         const auto number = [&](auto& to, double lowest, double highest, Arguments::Kind kind) {
             return [=, &to, &words](auto& option) { to = words.number(option, lowest, highest, kind); };
         };
@@ -49,7 +58,8 @@ struct Command {
             {"--seed", number(seed, 0, 1e9, Arguments::whole)},
             {"--report", number(report, 1, 1e9, Arguments::whole)},
             {"--every", number(every, 1, 1e9, Arguments::whole)},
-            {"--size", [&](auto& option) { size = words.size(option, 65535); }},
+            {"--size", [&](auto& option) { size = words.size(option, Start::maxSide); }},
+            {"--overwrite", [&](auto&) { overwrite = true; }},
             {"--checkpoint", [&](auto& option) { save = words.value(option); }},
             {"--flag",
              [&](auto& option) {
@@ -58,13 +68,19 @@ struct Command {
             {"--resume", [&](auto& option) { resume = words.value(option); }},
         });
         if (files.empty() || files.size() > 2) throw std::runtime_error("it takes [INPUT.exr] OUTPUT.png");
-        std::vector<NamedFile> named = {pngOutput(files.back())};
-        if (files.size() > 1) named.push_back({"the input", files[0]});
-        if (save) named.push_back(checkpointFile(*save));
-        if (resume) named.push_back({"--resume", *resume});
-        checkFiles(named);
         if (every > 0 && !save) throw std::runtime_error("--every needs --checkpoint");
         if (every == 0) every = 1000;
+        std::vector<NamedFile> named = {pngOutput(files.back())};
+        if (draws()) named.push_back({"the input", files[0]});
+        const bool goesOn = save && resume && sameFile(*save, *resume);
+        if (save) named.push_back(checkpointFile(*save));
+        if (resume && !goesOn) named.push_back({"--resume", *resume});
+        checkFiles(named, rehearse);
+        std::error_code none;
+        const bool there = save && std::filesystem::exists(*save, none);
+        if (there && !goesOn && !overwrite && !std::filesystem::is_empty(*save, none))
+            refuse(*save, "is there already: --resume it, or replace it by --overwrite");
+        return resume && (there || !goesOn);
     }
     /// What a grid begins with: what is given, else a checkpoint's, else the defaults.
     Start start(const Image& photograph, const Head* head) const {
@@ -88,33 +104,34 @@ static void run(Ranks& ranks, const Arguments& arguments) {
     std::vector<std::string> notes;
     std::unique_ptr<Reaction> made;
     Head head;
+    bool resumes = false;
     together(ranks, [&] {
-#ifndef WITH_MPI
-        // mpirun would start it several times over, each for the whole grid and all for one file.
-        for (const char* size : {"OMPI_COMM_WORLD_SIZE", "PMI_SIZE"})
-            if (const char* ranks = std::getenv(size); ranks && ranks != std::string("1"))
-                throw std::runtime_error("was built where there was no MPI, and can't run under mpirun");
-#endif
-        command.parse(arguments);
-        if (command.resume) head = readHead(*command.resume);
+        resumes = command.parse(arguments, ranks.rank == 0);
+        if (ranks.rank == 0 && resumes) head = readHead(*command.resume);
+    });
+    // What rank 0 found: another machine may not see the same files yet.
+    ranks.share(&resumes, sizeof resumes);
+    ranks.share(&head, sizeof head);
+    if (command.resume && !resumes) notes.push_back(*command.resume + " isn't there yet: from step 0.");
+    together(ranks, [&] {
         if (head.step > command.steps) refuse(*command.resume, "is at step " + std::to_string(head.step) + " already");
-        const bool drawn = command.files.size() > 1;
-        const Image photograph = drawn ? readExr(command.files[0], notes) : Image{512, 512, {}};
-        const Start start = command.start(photograph, command.resume ? &head : nullptr);
+        const Image photograph =
+            command.draws() ? readExr(command.files[0], notes, bytesPerPixel) : Image{512, 512, {}};
+        const Start start = command.start(photograph, resumes ? &head : nullptr);
         if (start.height < ranks.count)
             throw std::runtime_error("--size: " + std::to_string(start.height) + " rows are too few for " +
                                      std::to_string(ranks.count) + " ranks");
+        askMemory("--size", bytesPerCell * double(start.width) * double(start.height / ranks.count));
         made = std::make_unique<Reaction>(start, ranks.rank, ranks.count, photograph);
     });
     Reaction& reaction = *made;
     const std::int64_t width = reaction.start.width, height = reaction.start.height;
     const std::int64_t steps = std::int64_t(command.steps), begin = head.step, rows = reaction.now.rows;
-    if (command.resume) {
-        const bool drawn = command.files.size() > 1;
-        const Floats keep = drawn ? reaction.keep : Floats();
+    if (resumes) {
+        const Floats keep = command.draws() ? reaction.keep : Floats();
         loadCheckpoint(ranks, reaction, *command.resume, head);
         together(ranks, [&] {
-            if (drawn && keep != reaction.keep)
+            if (!keep.empty() && keep != reaction.keep)
                 refuse(*command.resume, "was made with another photograph; leave it out");
         });
     }
@@ -145,10 +162,19 @@ static void run(Ranks& ranks, const Arguments& arguments) {
             saveCheckpoint(ranks, reaction, *command.save, done);
     }
 
-    std::vector<std::uint8_t> picture(ranks.rank == 0 ? 3 * width * height : 0);
-    ranks.gather(reaction.picture().data(), picture.data(), 3 * width, height);
+    std::optional<PngFile> picture;
     together(ranks, [&] {
-        if (ranks.rank == 0) writePng(command.files.back(), width, height, 8, picture);
+        if (ranks.rank == 0) picture.emplace(command.files.back(), width, height, 8);
+    });
+    std::vector<std::uint8_t> row(3 * width);
+    for (int r = 0; r < ranks.count; ++r)
+        for (std::int64_t y = 1; y <= Reaction::rowsOf(height, r, ranks.count); ++y) {
+            if (r == ranks.rank) reaction.paint(row.data(), y);
+            ranks.pass(r, row.data(), std::int64_t(row.size()));
+            if (picture) picture->row(row.data());
+        }
+    together(ranks, [&] {
+        if (picture) picture->finish();
     });
     const std::uint32_t digest = account(ranks, reaction).digest;
     int threads = 0;
