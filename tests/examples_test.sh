@@ -150,7 +150,9 @@ writes() { find "/proc/$1/fd" -printf '%l\n' | grep -qE "^$PWD/(.*[0-9]\.part|#.
 
 on() { OMP_NUM_THREADS=$2 timeout 100 mpirun -n "$1" "$bin/reaction" "${@:3}"; }
 # once REASON CASE: one rank says one line of what went wrong; mpirun may add its own.
-once() { [[ $(grep '^reaction: ' complaint) == *"$1"* && $(grep -c '^reaction: ' complaint) == 1 ]] || fault "$2: $(<complaint)"; }
+once() {
+    [[ $(grep '^reaction: ' complaint) == *"$1"* && $(grep -c '^reaction: ' complaint) == 1 ]] || fault "$2: $(<complaint)"
+}
 # A run's sums and digest are those of one thread of one rank.
 grid=(--size 70x46 --steps 60)
 told() { grep -E '^(step|digest)' said | tail -n 2; }
