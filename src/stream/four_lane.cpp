@@ -15,10 +15,12 @@ inline void combine(bool simd, float* d, const float* b, Count num, const std::u
     } else if (num > 0 && apart(d, num * Count{sizeof(float[4])}, b, Count{sizeof(float[4])})) {
         const float constant[4] = {b[0], b[1], b[2], b[3]};
         eachVector<4>(d, num, mask, [&](float* v) {
+            ZEL_UNROLL
             for (int k = 0; k < 4; ++k) v[k] = Formula::element(v[k], constant[k]);
         });
     } else {
         eachVector<4>(d, num, mask, [=](float* v) {
+            ZEL_UNROLL
             for (int k = 0; k < 4; ++k) v[k] = Formula::element(v[k], b[k]);
         });
     }

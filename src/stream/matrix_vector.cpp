@@ -20,6 +20,7 @@ template <Vector kind, int stride, Fourth fourth> struct Transform {
         float of[4][4];
 
         explicit Coefficients(const float (*m)[4]) {
+            ZEL_UNROLL
             for (int k = 0; k < terms; ++k)
                 for (int lane = 0; lane < 4; ++lane) {
                     const int j = lane < results ? lane : results - 1;
@@ -39,6 +40,7 @@ template <Vector kind, int stride, Fourth fourth> struct Transform {
             if constexpr (fourth == Fourth::scaled) r[j] = r[j] + w * c.of[3][j];
             if constexpr (fourth == Fourth::added) r[j] = r[j] + c.of[3][j];
         }
+        ZEL_UNROLL
         for (int j = 0; j < results; ++j) v[j] = r[j];
     }
 
