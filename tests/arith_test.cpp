@@ -38,11 +38,11 @@ const Register division([] {
     const auto guardedByValue = [](float, float a, float b) { return b == 0 ? 0.0f : product(a, 1.0f / b); };
     Row& row = only<float, Array<float>, float>(Z::safediv, guardedByValue, Kind::dispatching);
     row.adjust = [](Case& c) {
-        if (below(4) == 0) c.give(2, below(2) ? 0.0f : -0.0f);
+        if (below(4) == 0) c.give(ofB, below(2) ? 0.0f : -0.0f);
     };
     // A zero divisor fills d: the phase of a, which isn't read, plays no part then.
     row.order = [](const Case& c) {
-        return c.flag && c.item<float>(2) == 0 ? route(c.phase(0), c.count) : standardOrder(c);
+        return c.flag && c.item<float>(ofB) == 0 ? route(c.phase(ofD), c.count) : standardOrder(c);
     };
 });
 
@@ -103,14 +103,15 @@ const Register interpolation([] {
     const Member<float, Array<float>, Array<float>, Array<float>> byArray = Z::lerp;
     add(modelRow(byArray, Kind::dispatching, [=](const Case& c) {
         if (!c.flag) return pass<Array<float>>(c, {}, lerp);
-        pass<Array<float>>(c, {0, 1, 2}, [](float, float a, float b, float) { return b - a; });
-        return pass<Array<float>>(c, {0, 1, 3}, [](float d, float a, float, float c) { return sum(product(d, c), a); });
+        pass<Array<float>>(c, {ofD, ofA, ofB}, [](float, float a, float b, float) { return b - a; });
+        return pass<Array<float>>(c, {ofD, ofA, ofC},
+                                  [](float d, float a, float, float c) { return sum(product(d, c), a); });
     }));
     const Member<float, Array<float>, Array<float>, float> byValue = Z::lerp;
     add(modelRow(byValue, Kind::dispatching, [=](const Case& c) {
         if (!c.flag) return pass<float>(c, {}, lerp);
-        pass<float>(c, {0, 1}, [](float, float a, float, float c) { return product(a, 1.0f - c); });
-        return pass<float>(c, {0, 2}, [](float d, float, float b, float c) { return sum(d, product(b, c)); });
+        pass<float>(c, {ofD, ofA}, [](float, float a, float, float c) { return product(a, 1.0f - c); });
+        return pass<float>(c, {ofD, ofB}, [](float d, float, float b, float c) { return sum(d, product(b, c)); });
     }));
 });
 

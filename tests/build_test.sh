@@ -23,6 +23,8 @@ settings() {
     [[ $(levels '') == -O3 && $(levels '' -DCMAKE_BUILD_TYPE=None) == -O3 ]] || fail "The default isn't -O3."
     [[ $(levels -O2) == -O2 && $(levels -O2 -DCMAKE_BUILD_TYPE=None) == -O2 ]] || fail "CXXFLAGS=-O2 isn't kept."
     [[ $(levels '' -DCMAKE_CXX_FLAGS_RELEASE=-O1) == -O1 ]] || fail "CMAKE_CXX_FLAGS_RELEASE isn't kept."
+    echo "find_package(ZEL 0.9 CONFIG REQUIRED PATHS $temp/settings NO_DEFAULT_PATH)" >"$temp/ask.cmake"
+    [[ $(cmake -P "$temp/ask.cmake" 2>&1) == *"not accepted"*"version: 1"* ]] || fail "Another major version is accepted."
     levels '' -DZEL_INSTALL=OFF -DBUILD_SHARED_LIBS=OFF >/dev/null
     [[ $(grep -c 'is a shared library' "$temp/log") == 1 ]] || fail "No word on BUILD_SHARED_LIBS=OFF: $(<"$temp/log")"
     quietly cmake --install "$temp/settings"
@@ -67,7 +69,8 @@ copies() {
     local libraries=${1-} loader library level output plain=
     : "${libraries:=$(realpath "$(pkg-config --variable=libdir zel)")}"
     loader=$(readelf -l "$build/bin/zel-test" | sed -n 's/.*interpreter: \(.*\)]/\1/p')
-    for library in "$libraries"/{,glibc-hwcaps/*/}libZEL.so.1; do
+    for library in "$libraries"/{,glibc-hwcaps/*/}libZEL.so.?.*; do
+        library=${library%.so.*}.so.1  # the name that programs ask the loader for
         level=$(basename "$(dirname "$library")")  # of the plain library no level, so that no copy is taken
         [[ $library != */glibc-hwcaps/* ]] || "$tree/scripts/levels" | grep -qx "$level" || continue
         output=$("$loader" --library-path "$libraries" --glibc-hwcaps-mask "$level" "$build/bin/zel-test" --gtest_brief=1) ||
@@ -75,6 +78,7 @@ copies() {
         [[ $output == *"library $library"$'\n'* ]] || fail "$level isn't what is loaded: $output"
         [[ ${output##*digest } == "${plain:=${output##*digest }}" ]] || fail "$level: not $plain but $output"
     done
+    [[ $plain ]] || fail "There is no libZEL in $libraries."
 }
 
 # What is installed serves a program outside by both roads, and its header stands alone under every standard.

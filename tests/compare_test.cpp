@@ -17,17 +17,17 @@ constexpr auto relation = [](int, auto a, auto b) {
 };
 
 /// The ten members of a relation; truth in a lane group is 1, or -1 for the fast ones.
-#define RELATION(name, nameSIMD, Is, laneTruth)                                                  \
-    const Register name##Rows([] {                                                               \
+#define RELATION(plain, simd, Is, laneTruth)                                                     \
+    const Register plain##Rows([] {                                                              \
         const std::size_t first = theRows.size();                                                \
         constexpr auto element = relation<Is, 1>;                                                \
         constexpr auto lane = relation<Is, laneTruth>;                                           \
-        both<int, Array<int>, Array<int>>(Z::name, Z::nameSIMD, element, lane);                  \
-        both<int, Array<int>, int>(Z::name, Z::nameSIMD, element, lane);                         \
-        both<int, Array<float>, Array<float>>(Z::name, Z::nameSIMD, element, lane);              \
-        both<int, Array<float>, float>(Z::name, Z::nameSIMD, element, lane);                     \
-        only<int, Array<double>, Array<double>>(Z::name, element);                               \
-        only<int, Array<double>, double>(Z::name, element);                                      \
+        both<int, Array<int>, Array<int>>(Z::plain, Z::simd, element, lane);                     \
+        both<int, Array<int>, int>(Z::plain, Z::simd, element, lane);                            \
+        both<int, Array<float>, Array<float>>(Z::plain, Z::simd, element, lane);                 \
+        both<int, Array<float>, float>(Z::plain, Z::simd, element, lane);                        \
+        only<int, Array<double>, Array<double>>(Z::plain, element);                              \
+        only<int, Array<double>, double>(Z::plain, element);                                     \
         for (Row & row : std::span(theRows).subspan(first)) row.exceptions = _MM_EXCEPT_INVALID; \
     });
 RELATION(lt, ltSIMD, std::less<>, 1)

@@ -87,14 +87,16 @@ template <class Sample> void whitePointRows() {
         const float x = shown(a, scale, black), y = x < limit ? x : limit;
         return stored(y > 0 ? y : 0.0f);
     };
+    enum { ofScale = 2, ofLimit, ofBlack };
     // Half the cases as images have them, so that not everything ends at a bound.
     for (Row& row : both<Sample, Array<float>, float, float, float>(Z::wpoint, Z::wpointSIMD, out, outLane))
         row.adjust = [](Case& c) {
             if (below(2)) return;
-            c.give(2, std::array{1.0f, 255.0f, 65535.0f}[below(3)]);
+            c.give(ofScale, std::array{1.0f, 255.0f, 65535.0f}[below(3)]);
             const auto roll = below(5);
-            c.give(3, std::array{255.0f, 256.0f, 65535.0f, 65536.0f, 1e-40f}[roll]);
-            c.give(4, below(4) ? static_cast<float>(below(16)) : -0.5f);  // so that x can be a zero or a denormal
+            c.give(ofLimit, std::array{255.0f, 256.0f, 65535.0f, 65536.0f, 1e-40f}[roll]);
+            // So that x can be a zero or a denormal.
+            c.give(ofBlack, below(4) ? static_cast<float>(below(16)) : -0.5f);
         };
 
     const auto tabled = [](float scale, Sample black) { return sizeof(Sample) == 1 && black == 0 && scale == 255.0f; };
@@ -102,6 +104,7 @@ template <class Sample> void whitePointRows() {
         if constexpr (wide) return product(a - black, 1.0f / scale);
         if constexpr (!wide) return static_cast<float>(int{a} - int{black}) * (1.0f / scale);
     };
+    enum { ofBackScale = 2, ofBackBlack };
     // Six decimals, read back as text would be: not the float nearest to a / 255.
     const auto backLane = [=](float d, Sample a, float scale, Sample black) {
         if (!tabled(scale, black)) return back(d, a, scale, black);
@@ -112,13 +115,14 @@ template <class Sample> void whitePointRows() {
     for (Row& row : both<float, Array<Sample>, float, Sample>(Z::iwpoint, Z::iwpointSIMD, back, backLane)) {
         row.adjust = [](Case& c) {
             const auto roll = below(4);
-            if (roll < 2) c.give(2, below(4) ? 255.0f : std::nextafter(255.0f, below(2) ? 0.0f : 256.0f));
-            if (roll < 1) c.give(3, Sample{0});
+            if (roll < 2) c.give(ofBackScale, below(4) ? 255.0f : std::nextafter(255.0f, below(2) ? 0.0f : 256.0f));
+            if (roll < 1) c.give(ofBackBlack, Sample{0});
         };
         // No phases: the tail, then one element after the other, wherever the arrays lie.
         row.order = [=](const Case& c) {
             if (!c.usesLanes()) return route(-1, c.count);
-            std::vector<Step> steps = route(tabled(c.item<float>(2), c.item<Sample>(3)) ? -1 : 0, c.count, 1);
+            std::vector<Step> steps =
+                route(tabled(c.item<float>(ofBackScale), c.item<Sample>(ofBackBlack)) ? -1 : 0, c.count, 1);
             for (Step& s : steps) s.form = Form::lane;
             return steps;
         };

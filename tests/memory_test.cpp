@@ -50,15 +50,17 @@ TEST(Memory, VectorsLeftOutAreNeitherReadNorWritten) {
     using Stream = std::function<void(float*, Count, const Mask*)>;
     const auto matrix = [&](auto* member) { return [=, &m](auto* d, auto... x) { member(d, m, x...); }; };
     const auto vector = [&](auto* member) { return [=, &m](auto* d, auto... x) { member(d, m[0], x...); }; };
-    const std::pair<int, Stream> streams[] = {
-        {4, matrix(Z::mulColVec44)},   {4, matrix(Z::mulColVec44_3)}, {3, matrix(Z::mulColVec34)},
-        {3, matrix(Z::mulColVec34_3)}, {4, matrix(Z::mulRowVec44)},   {4, matrix(Z::mulRowVec44_3)},
-        {3, matrix(Z::mulRowVec34)},   {3, matrix(Z::mulRowVec34_3)}, {4, vector(Z::vadd4u4)},
-        {4, vector(Z::vsub4u4)},       {4, vector(Z::vmul4u4)}};
+    const std::tuple<const char*, int, Stream> streams[] = {
+        {"mulColVec44", 4, matrix(Z::mulColVec44)}, {"mulColVec44_3", 4, matrix(Z::mulColVec44_3)},
+        {"mulColVec34", 3, matrix(Z::mulColVec34)}, {"mulColVec34_3", 3, matrix(Z::mulColVec34_3)},
+        {"mulRowVec44", 4, matrix(Z::mulRowVec44)}, {"mulRowVec44_3", 4, matrix(Z::mulRowVec44_3)},
+        {"mulRowVec34", 3, matrix(Z::mulRowVec34)}, {"mulRowVec34_3", 3, matrix(Z::mulRowVec34_3)},
+        {"vadd4u4", 4, vector(Z::vadd4u4)},         {"vsub4u4", 4, vector(Z::vsub4u4)},
+        {"vmul4u4", 4, vector(Z::vmul4u4)}};
     constexpr Count all = 3 * page / 4;
     auto* const memory = static_cast<float*>(mmap(nullptr, 3 * page, 3, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
     float *const hidden = memory + page / 4, *const end = hidden + page / 4;
-    for (const auto& [stride, stream] : streams)
+    for (const auto& [name, stride, stream] : streams)
         for (int trial = 0; trial < 16; ++trial) {
             float* const d = memory + trial % 4;  // in all four phases
             // To the end of the memory, or up to three vectors that are left out.
@@ -75,9 +77,29 @@ TEST(Memory, VectorsLeftOutAreNeitherReadNorWritten) {
             mprotect(hidden, page, PROT_NONE);
             stream(d, num, mask.data());
             mprotect(hidden, page, PROT_READ | PROT_WRITE);
-            EXPECT_EQ(std::memcmp(memory, wanted.data(), all * sizeof(float)), 0) << &stream - &streams[0].second;
+            EXPECT_EQ(std::memcmp(memory, wanted.data(), all * sizeof(float)), 0) << name;
         }
     munmap(memory, 3 * page);
+}
+
+/// The passes of lerp are those of one form, though another flag is stored while the first one reads its first element.
+TEST(Memory, AFlagStoredDuringACallCountsFromTheNext) {
+    static void* a;  // zeros, on a page that can't be read before
+    a = mmap(nullptr, page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    const auto before = signal(SIGSEGV, [](int) {
+        Z::forceSIMD(!Z::isSIMD());
+        mprotect(a, page, PROT_READ);
+    });
+    alignas(16) float d[4], b[4] = {1, 1, 1, 1};
+    for (const bool flag : {false, true}) {
+        mprotect(a, page, PROT_NONE);
+        Z::forceSIMD(flag);
+        Z::lerp(d, static_cast<float*>(a), b, 3.0f, 4);  // (b - a) c + a, but a (1 - c) + b c
+        EXPECT_NE(Z::isSIMD(), flag);
+        EXPECT_EQ(std::count(d, d + 4, 3.0f), 4) << "flag " << flag << ": " << d[0];
+    }
+    signal(SIGSEGV, before);
+    munmap(a, page);
 }
 
 #if defined(ZEL_ASSERTS) || defined(__SANITIZE_ADDRESS__)
@@ -125,15 +147,18 @@ template <class T> std::span<T> reserve(Count num) {
 }
 template <class T> void release(std::span<T> array) { munmap(array.data(), array.size_bytes()); }
 
+/// set writes by non-temporal stores, madd by ordinary ones, and the next one is an element loop.
 TEST(Counts, BeyondThirtyTwoBits) {
-    for (const bool lanes : {false, true}) {
-        const Count num = (Count{1} << (lanes ? 32 : 31)) + 7;
-        Z::forceSIMD(lanes);
-        const auto d = reserve<float>(num);
-        Z::set(d.data(), 1.0f, num);
-        EXPECT_EQ(std::count(d.data() + num - 7, d.data() + num + 2, 1.0f), 7) << "flag " << lanes;
-        release(d);
-    }
+    constexpr Count num = (Count{1} << 32) + 7;
+    const auto d = reserve<float>(num);
+    const auto ofTheLast = [&](float value) { return std::count(d.data() + num - 7, d.data() + num + 2, value); };
+    Z::setSIMD(d.data(), 1.0f, num);
+    EXPECT_EQ(ofTheLast(1), 7) << "setSIMD";
+    Z::maddSIMD(d.data(), d.data(), 1.0f, num);
+    EXPECT_EQ(ofTheLast(2), 7) << "maddSIMD";
+    Z::set(reinterpret_cast<int*>(d.data()), std::bit_cast<int>(3.0f), num);
+    EXPECT_EQ(ofTheLast(3), 7) << "set";
+    release(d);
 }
 TEST(Counts, ThatAnIntCannotHold) {
     constexpr Count num = (Count{1} << 31) + 7;

@@ -29,27 +29,30 @@ template <class Term> void reduction(auto* member, Kind kind, Term term) {
 }
 
 const Register reductions([] {
-    const auto dot = [](const Case& c, Count i, bool) { return c.item<float>(0, i) * c.item<float>(1, i); };
+    enum { ofFirst, ofSecond };
+    const auto dot = [](const Case& c, Count i, bool) {
+        return c.item<float>(ofFirst, i) * c.item<float>(ofSecond, i);
+    };
     reduction(Z::dot, Kind::dispatching, dot);
     reduction(Z::dotSIMD, Kind::simd, dot);
     reduction(Z::dotSISD, Kind::loop, dot);
 
     const auto update = [](const Case& c, Count i, bool) {
-        c.item<float>(0, i) = product(c.item<float>(2, i), c.item<float>(1, i));
-        return c.item<float>(0, i) * c.item<float>(1, i);  // a as it now stands
+        c.item<float>(ofD, i) = product(c.item<float>(ofB, i), c.item<float>(ofA, i));
+        return c.item<float>(ofD, i) * c.item<float>(ofA, i);  // a as it now stands
     };
     reduction(Z::mulAndDotDA, Kind::dispatching, update);
     reduction(Z::mulAndDotDASIMD, Kind::simd, update);
     reduction(Z::mulAndDotDASISD, Kind::loop, update);
 
     const auto norm = [](const Case& c, Count i, bool lane) {
-        const float d = c.item<float>(0, i), a = c.item<float>(1, i);
+        const float d = c.item<float>(ofD, i), a = c.item<float>(ofA, i);
         // The SIMD member is given a float; the dispatching one narrows its double for it.
-        const float narrow = c.row.kind == Kind::simd ? c.item<float>(2) : float(c.item<double>(2));
-        const double b = c.usesLanes() ? static_cast<double>(narrow) : c.item<double>(2);
+        const float narrow = c.row.kind == Kind::simd ? c.item<float>(ofB) : float(c.item<double>(ofB));
+        const double b = c.usesLanes() ? static_cast<double>(narrow) : c.item<double>(ofB);
         const float u = lane ? sum(product(narrow, a), d)
                              : rounded(sum(product(static_cast<double>(a), b), static_cast<double>(d)));
-        c.item<float>(0, i) = u;
+        c.item<float>(ofD, i) = u;
         return u * u;
     };
     reduction(Z::maddAndNorm, Kind::dispatching, norm);
@@ -60,7 +63,7 @@ const Register reductions([] {
         return c.count > 0 ? std::count(&c.item<int>(0), &c.item<int>(0, c.count), 0) : 0;
     };
     for (auto* member : {Z::zerocount, Z::zerocountSIMD, Z::zerocountSISD})
-        add(modelRow(member, Kind::loop, zeros)).operands[0].masks = true;
+        add(modelRow(member, Kind::own, zeros)).operands[0].masks = true;
 });
 
 }  // namespace test

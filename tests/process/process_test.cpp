@@ -1,4 +1,5 @@
 // What a process sees of the library: how the load leaves the flag, what it prints, that threads can call in.
+#include <cpuid.h>
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
@@ -9,6 +10,16 @@
 
 #include "ZEL_Math.h"
 #include "kep.h"
+
+namespace other {
+unsigned theVersion, theFeatures;  // what the instruction answers on another processor
+int answer(unsigned, unsigned* a, unsigned*, unsigned*, unsigned* d) {
+    *a = theVersion, *d = theFeatures;
+    return theVersion != 0;
+}
+#define __get_cpuid answer
+#include "kep.cpp"
+}  // namespace other
 
 namespace {
 
@@ -52,6 +63,24 @@ TEST(Processor, DefinesBothWords) {
     KEPgetProcessor(family, capabilities);
     EXPECT_EQ(system(("grep -q 'cpu family.*: " + std::to_string(family) + "$' /proc/cpuinfo").c_str()), 0);
     EXPECT_EQ(capabilities, 8);
+}
+
+TEST(Processor, OtherOnesHaveTheirWords) {
+    constexpr unsigned both = bit_SSE | bit_SSE2;
+    constexpr struct {
+        unsigned version, features;
+        int family, capabilities;
+    } processors[] = {{0x0FF00F12, both, 15 + 255, 8},
+                      {0x0FF006F1, both, 6, 8},
+                      {0x800F12, bit_SSE, 15 + 8, 0},
+                      {0x6F1, bit_SSE2, 6, 0},
+                      {0, both, 0, 0}};
+    for (const auto& wanted : processors) {
+        other::theVersion = wanted.version, other::theFeatures = wanted.features;
+        int family = -1, capabilities = -1;
+        other::KEPgetProcessor(family, capabilities);
+        EXPECT_EQ(std::pair(family, capabilities), std::pair(wanted.family, wanted.capabilities)) << wanted.version;
+    }
 }
 
 TEST(Shell, AssignmentCopiesNothing) {

@@ -84,7 +84,7 @@ std::string hex(const std::byte* element, int size) {
 
 /// By the row's order, what does element i; nothing where the row has no such order.
 std::string part(const Case& c, Count i) {
-    if (c.row.kind == Kind::loop) return "";
+    if (c.row.kind == Kind::own) return "";
     Count groups = -1;  // where the first lane group begins
     for (const Step& step : c.row.order(c)) {
         if (step.form != Form::lane) continue;
@@ -181,18 +181,22 @@ void fill(Case& c) {
     c.row.adjust(c);
 }
 
-/// Compares memory and digests it; where the model leaves the NaN open, its bits stand for the library's.
-void compare(const Case& c, std::span<std::uint32_t> memory) {
+/// Sees that memory is what the model made of its copy, but for NaNs that the model leaves open.
+void compare(const Case& c, std::span<const std::uint32_t> memory) {
     constexpr auto any = std::bit_cast<std::uint32_t>(anyNaN<float>);
     constexpr auto any64 = std::bit_cast<std::array<std::uint32_t, 2>>(anyNaN<double>);
-    for (std::uint32_t& got : memory) {
+    for (const std::uint32_t& got : memory) {
         const std::uint32_t want = (&got)[modelDistance / 4];
         const bool open = (want == any && (got & 0x7FC00000) == 0x7FC00000) || want == any64[0] ||
                           (want == any64[1] && (got & 0x7FF80000) == 0x7FF80000);
         if (got != want && !open) throw report(c, format("wanted %08x, got %08x", want, got), &got);
-        got = want;
-        theDigest = digest(theDigest, want);
     }
+}
+
+/// Takes the model's memory over, so that an open NaN is the same everywhere, and digests it.
+void adopt(std::span<std::uint32_t> memory) {
+    std::copy_n(memory.data() + modelDistance / 4, memory.size(), memory.data());
+    for (const std::uint32_t word : memory) theDigest = digest(theDigest, word);
 }
 
 /// Calls member and model on what fill has left, gives the result's bits, throws the report of a difference.
@@ -231,7 +235,10 @@ std::uint64_t check(const Case& c) {
     const bool nan = std::isnan(std::bit_cast<double>(want)) && std::isnan(std::bit_cast<double>(got));
     if (got != want && !nan) throw report(c, format("result: wanted %016lx, got %016lx", want, got));
     theDigest = digest(theDigest, nan ? 0 : want);
-    for (const auto memory : filled) compare(c, memory);
+    for (const auto memory : filled) {
+        compare(c, memory);
+        adopt(memory);
+    }
     theCase = nullptr;
     return nan ? 0 : want;
 }
@@ -272,7 +279,7 @@ public:
         for (int k = 0; k < panes; ++k)
             if (std::memcmp(pane(k), pane(k) + modelDistance, paneBytes) != 0)
                 throw std::runtime_error("something was written far away from its operands");
-        if (travelled != std::min(c.row.bits, Bits::phases))
+        if (seen != std::min(c.row.bits, Bits::phases))
             throw std::runtime_error("the bits travel farther than the list of exports says");
         theRowDigests[c.row.name] = theDigest;
         const std::string was = listed("digests.txt", c.row.name);
@@ -288,7 +295,7 @@ public:
         place(c, trial / 25, true);
         draw();
         check(c);
-        travel(trial / 25);
+        repeatElsewhere(trial / 25);
         if (n == 1) return;
         place(c, below(2) ? below(4) * 0x55 : trial / 25);
         const std::size_t first = trial % n, second = first + 1 + trial / n % (n - 1);
@@ -311,26 +318,28 @@ private:
         fill(c);
     }
 
-    /// A call, and one with the same numbers elsewhere, with the same flag or the other one, in the same
-    /// phases or in others: whether the bits are the same says how far they travel.
-    void travel(std::uint32_t slots) {
+    /// A call, and one with the same numbers at other addresses, perhaps with another flag or in other phases. Results
+    /// that differ say how far the bits travel.
+    void repeatElsewhere(std::uint32_t slots) {
         place(c, slots);
         draw();
         const auto numbers = inputs(c);
         const std::uint64_t result = check(c);
         const auto results = inputs(c);
-        Case other = c;
+
         const bool sameFlag = below(2), samePhases = below(4) == 0;
+        Case other = c;
         other.flag = c.flag == sameFlag;
         place(other, samePhases ? slots : below(256));
         for (const std::size_t k : arrays) other.places[k] = c.places[k] ? other.places[k] + 16 * below(4) : nullptr;
         fill(other);
         for (std::size_t k = 0; k < other.places.size(); ++k) std::ranges::copy(numbers[k], other.places[k]);
-        const bool same = check(other) == result && inputs(other) == results;
-        if (same || c.control & c.row.modesApart) return;
-        travelled = std::max(travelled, sameFlag ? Bits::phases : Bits::flag);
-        if (c.row.bits == Bits::everywhere || (sameFlag && (samePhases || c.row.bits == Bits::flag)))
-            throw report(other, "other bits than elsewhere");
+        const bool sameBits = check(other) == result && inputs(other) == results;
+        if (sameBits || c.control & c.row.modesApart) return;
+
+        seen = std::max(seen, sameFlag ? Bits::phases : Bits::flag);
+        const bool allowed = sameFlag ? c.row.bits >= Bits::phases && !samePhases : c.row.bits >= Bits::flag;
+        if (!allowed) throw report(other, "other bits than elsewhere");
     }
 
     /// Each array in memory of its own, by two bits of slots: at phases, or next to an unreadable page.
@@ -354,7 +363,7 @@ private:
 
     Case c;
     std::vector<std::size_t> arrays;
-    Bits travelled = Bits::everywhere;  // as far as seen
+    Bits seen = Bits::everywhere;  // the narrowest class that the results so far need
 };
 
 /// All inputs of the members of a kind that have one source.

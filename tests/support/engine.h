@@ -41,7 +41,8 @@ inline float greatest(float p, float q) { return _mm_cvtss_f32(_mm_max_ss(_mm_se
 
 // ---- A row: a member, and what the sweep has to know of it
 
-enum class Kind { dispatching, simd, loop };
+/// By the flag, lanes where phases allow it, an element loop; or as the row's model says by itself.
+enum class Kind { dispatching, simd, loop, own };
 /// What a result's bits depend on: the numbers alone, the flag too, phases and count too, the processor too.
 enum class Bits { everywhere, flag, phases, processor };
 
@@ -64,6 +65,9 @@ struct Step {
     int elements;  // all of them are read before the first is written
     Form form;
 };
+
+/// Places of the operands in most rows. Others have an enumeration of their own.
+enum : std::size_t { ofD, ofA, ofB, ofC };
 
 struct Case;
 std::vector<Step> standardOrder(const Case& c);
@@ -106,6 +110,7 @@ struct Case {
     template <class T> T& item(std::size_t operand, Count i = 0) const {
         return reinterpret_cast<T*>(places[operand] + modelDistance)[i];
     }
+    /// Sets a value.
     void give(std::size_t value, auto x) const { reinterpret_cast<decltype(x)&>(*places[value]) = x; }
     /// An operand's bytes on the library's side.
     std::span<std::byte> bytes(std::size_t operand) const {
