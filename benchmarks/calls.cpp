@@ -32,7 +32,7 @@ double ticksPerCycle() {
 
 /// Arrays for calls of up to 8 elements, each from a cache line on.
 Data makeSet() {
-    static char* next = static_cast<char*>(_mm_malloc(sets * 13 * 192, 64));
+    static char* next = static_cast<char*>(_mm_malloc(sets * bench::arrays * 192, 64));
     Data q;
     bench::each(q, []<class T>(T*& array) {
         array = reinterpret_cast<T*>(next);

@@ -19,6 +19,7 @@ struct Data {
     std::uint16_t* halves;
     std::uint32_t* mask;
 };
+constexpr std::size_t arrays = sizeof(Data) / sizeof(void*);  // all of its members are pointers
 
 /// visit(array) for each array.
 template <class Visit> void each(Data& q, Visit visit) {

@@ -68,7 +68,7 @@ wide() {
 copies() {
     local libraries=${1-} loader library level output plain=
     : "${libraries:=$(realpath "$(pkg-config --variable=libdir zel)")}"
-    loader=$(readelf -l "$build/bin/zel-test" | sed -n 's/.*interpreter: \(.*\)]/\1/p')
+    loader=$("$tree/scripts/levels" --loader)
     for library in "$libraries"/{,glibc-hwcaps/*/}libZEL.so.?.*; do
         library=${library%.so.*}.so.1  # the name that programs ask the loader for
         level=$(basename "$(dirname "$library")")  # of the plain library no level, so that no copy is taken

@@ -36,7 +36,7 @@ void set(const char* name, const char* value) { value ? setenv(name, value, 1) :
 
 /// What a command, begun in the build directory, says on standard error, and its exit code.
 std::string run(const std::string& command) {
-    FILE* pipe = popen(("cd " ZEL_TEST_BUILD "; " + command + " 2>&1 >/dev/null; echo flag $?").c_str(), "r");
+    FILE* pipe = popen(("cd '" ZEL_TEST_BUILD "'; " + command + " 2>&1 >/dev/null; echo flag $?").c_str(), "r");
     std::string said(4096, '\0');
     said.resize(std::fread(said.data(), 1, said.size(), pipe));
     pclose(pipe);
