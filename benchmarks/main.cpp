@@ -109,8 +109,8 @@ private:
 // its own phase.
 Data bench::makeData(bool apart) {
     constexpr std::size_t stride = largest * sizeof(double) + 65536;
-    static auto* const memory = static_cast<char*>(
-        mmap(nullptr, bench::arrays * stride, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    static auto* const memory = static_cast<char*>(mmap(nullptr, bench::arrays * stride, PROT_READ | PROT_WRITE,
+                                                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
     std::size_t k = 0;
     Data q;
     bench::each(q, [&]<class T>(T*& array) {
