@@ -14,7 +14,6 @@
 #include <map>
 #include <mutex>
 #include <random>
-#include <regex>
 #include <set>
 #include <stdexcept>
 #include <thread>
@@ -100,8 +99,9 @@ void removeDeadParts(const NamedFile& file) {
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(target.parent_path(), error)) {
         const std::string name = entry.path().filename();
-        static const std::regex ending(R"(\.[0-9]+\.part)");
-        if (!name.starts_with(stem) || !std::regex_match(name.substr(stem.size()), ending)) continue;
+        if (!name.starts_with(stem + ".") || !name.ends_with(".part") || name.size() < stem.size() + 6 ||
+            name.find_first_not_of("0123456789", stem.size() + 1) != name.size() - 5)
+            continue;
         const int part = open(entry.path().c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (part < 0) continue;
         std::string start(file.start.size(), 0);  // zeros: nothing came into it, or room alone

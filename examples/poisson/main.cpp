@@ -24,10 +24,11 @@ smooth membrane between them.
   --help               this text
 
 Rectangle and source may touch the border of the picture, where pixels have fewer neighbours, as long as anything
-surrounds the rectangle. A picture has at most 134 million pixels and takes 52 bytes of memory each, the rectangle 60
-more. What isn't free of that is told before it is taken. The unknown is the logarithm of filling / source: inside, each is the weighted mean of its
-neighbours. The weight is 1 / (1 + (d / 0.1)^2), at least 0.01, where logarithms of the source differ by d: a change
-is hardly seen there.
+surrounds the rectangle. A picture has at most 134 million pixels. Each takes 52 bytes of memory, and 60 more in the
+rectangle; what isn't free of that is told before it is taken.
+
+The unknown is the logarithm of filling / source: inside, each is the weighted mean of its neighbours. The weight is
+1 / (1 + (d / 0.1)^2), at least 0.01, where logarithms of the source differ by d: a change is hardly seen there.
 )";
 constexpr int bytesPerPixel = 52, bytesPerUnknown = 60;
 
