@@ -19,7 +19,7 @@ refused() {
     shift
     before=$(cksum -- * 2>&1)
     for command; do
-        eval "\"\$bin\"/$command" >../said 2>../complaint && fault "accepted: $command"
+        eval "timeout 60 \"\$bin\"/$command" >../said 2>../complaint && fault "accepted: $command"
         [[ $(wc -l <../complaint) == 1 && ! -s ../said && $(<../complaint) == *"$reason"* ]] ||
             fault "$command: not '$reason' but $(<../complaint)"
         [[ $(cksum -- * 2>&1) == "$before" ]] || fault "$command: other files, $(ls)"
@@ -188,24 +188,30 @@ test_resume() {
 test_kill() {
     local rank steps state=(--size 300x200 --steps 1000000 --checkpoint a.state --every 5)
     begun a.state on 3 1 "$PWD/out.png" "${state[@]}"
-    kill -9 "$(pidOf 2)"
-    wait $! && fault "it went on without a rank"
+    for _ in 1 2 3 4 5 6; do "$bin/reaction" no.png --checkpoint a.state 2>../said && fault "another's checkpoint"; done
+    kill -0 $! && kill -9 "$(pidOf 2)" || fault "a living part was removed: $(<complaint)"
+    ends "without rank 2"
     steps=$(od -An -td8 -j8 -N8 a.state)
     alone --size 300x200 --steps $((steps + 9))
     same on 2 1 out.png --steps $((steps + 9)) --resume a.state
-    # A limit stands in for a full disk, told once by whichever rank. Of a state all know; with a picture rank 0 is alone.
+    # A limit stands in for a full disk, told once. Of a state all ranks know; with a picture rank 0 is alone.
     for rank in 0 1; do
         rm a.state
         begun a.state on 2 1 "$PWD/out.png" "${state[@]}"
         prlimit --fsize=100000 --pid "$(pidOf $rank)"
-        wait $! && fault "written without rank $rank"
-        once "File too large" "rank $rank"
+        ends "rank $rank can't write" && once "File too large" "rank $rank"
     done
     begun said on 2 1 "$PWD/out.png" --size 300x200 --steps 3000 --report 1
     prlimit --fsize=100 --pid "$(pidOf 0)"
-    wait $! && fault "a picture of 100 bytes"
-    once "File too large" "a picture"
+    ends "a picture of 100 bytes" && once "File too large" "a picture"
     [[ -z $(find . -name '*.part') ]] || fault "left $(ls)"
+}
+# The job in the background fails, and not since its time is up.
+ends() {
+    local status
+    wait $!
+    status=$?
+    ((status && status != 124)) || fault "$*: status $status"
 }
 # begun FILE COMMAND...: in the background, once FILE has something in it.
 begun() {

@@ -48,6 +48,7 @@ void checkInput(const NamedFile& file) {
     std::error_code error;
     const auto kind = fs::status(file.path, error).type();
     if (kind == fs::file_type::not_found) refuse(file, "doesn't exist");
+    if (kind == fs::file_type::none) refuse(file, "can't be read: " + error.message());
     if (kind != fs::file_type::regular) refuse(file, "isn't a file that can be read");
     if (access(file.path.c_str(), R_OK) != 0) refuse(file, std::string("can't be read: ") + std::strerror(errno));
 }
@@ -73,6 +74,7 @@ void checkReplaceable(const NamedFile& file) {
 void checkOutput(const NamedFile& file) {
     std::error_code error;
     const auto kind = fs::status(file.path, error).type();
+    if (kind == fs::file_type::none) refuse(file, "can't go there: " + error.message());
     if (kind == fs::file_type::directory) refuse(file, "is a directory");
     if (!file.path.ends_with(file.ending)) refuse(file, "needs a name that ends in " + file.ending);
     if (kind == fs::file_type::not_found) {
