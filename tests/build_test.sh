@@ -2,7 +2,7 @@
 # The library built, installed and packaged for others: build_test.sh BUILD_DIRECTORY COMPILER TEST [ARGUMENT]
 #   settings, guest, bare, wide     of this tree and its build
 #   packages                        of the Debian packages in the build directory
-#   consumer [PREFIX], copies [LIBRARIES]    of what is installed; default /usr
+#   consumer [PREFIX [LD_LIBRARY_PATH]], copies [LIBRARIES]    of what is installed; default /usr
 set -euo pipefail
 build=$1
 export CXX=$2
@@ -83,14 +83,24 @@ copies() {
 
 # What is installed serves a program outside by both roads, and its header stands alone under every standard.
 consumer() {
-    local prefix=${1:-/usr} program=$temp/first/first standard
-    # The loader may name the library by a link: /lib is one to /usr/lib.
-    runs() { [[ $($program) == 750 && $(realpath "$(ldd "$program" | awk '/libZEL/ { print $3 }')") == "$prefix"/* ]]; }
+    local prefix=${1:-/usr} path=${2-} program=$temp/first/first standard
+    # The path is for the loader alone: it would hide from the linker that a library isn't found. The loader may name the
+    # library by a link: /lib is one to /usr/lib.
+    loaded() { LD_LIBRARY_PATH=$path ldd "$program" | awk '/libZEL/ { print $3 }'; }
+    runs() { [[ $(LD_LIBRARY_PATH=$path $program) == 750 && $(realpath "$(loaded)") == "$prefix"/* ]]; }
     project "$tree/examples/first" "$temp/first" -DCMAKE_PREFIX_PATH="$prefix"
     runs || fail "By find_package it doesn't run."
     # shellcheck disable=SC2046  # the flags are words
     quietly "$CXX" "$tree/examples/first/first.cpp" -o "$program" $(pkg-config --cflags --libs zel)
     runs || fail "By pkg-config it doesn't run."
+    if command -v meson >/dev/null; then
+        cp "$tree/examples/first/first.cpp" "$temp/first"
+        awk '/^```meson/ { on = 1; next } /^```/ { on = 0 } on' "$tree/docs/building.md" >"$temp/first/meson.build"
+        quietly meson setup "$temp/first/meson" "$temp/first"
+        quietly meson compile -C "$temp/first/meson"
+        program=$temp/first/meson/first
+        runs || fail "By Meson it doesn't run."
+    fi
     for standard in 11 14 17 20 2b; do
         quietly "$CXX" -std=c++$standard -Wall -Wextra -pedantic -Werror -fsyntax-only -x c++ "$prefix/include/ZEL_Math.h"
     done
@@ -112,8 +122,8 @@ packages() {
     [[ $(dpkg-deb -f "$build"/libzel-dev_*.deb Depends) =~ ^libzel1\ \(=\  ]] || fail "libzel-dev takes any libzel1."
     [[ -z $(find "$temp/both" -name '*.so.*' -type f -exec readelf -dW {} + | grep -E 'R(UN)?PATH') ]] || fail "A library has a run path."
     # The system's directory needs neither.
-    export LD_LIBRARY_PATH=$temp/both/$libraries PKG_CONFIG_PATH=$temp/both/$libraries/pkgconfig
-    consumer "$temp/both/usr"
+    export PKG_CONFIG_PATH=$temp/both/$libraries/pkgconfig
+    consumer "$temp/both/usr" "$temp/both/$libraries"
 }
 
 [[ $(type -t "${3-}") == function ]] || fail "There is no test '${3-}'."
