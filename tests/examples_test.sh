@@ -53,7 +53,6 @@ test_panorama() {
     refused 'an input and an output file' 'panorama in.exr'
     refused 'above 0 and below 180' 'panorama in.exr out.png --fov 180' 'panorama in.exr out.png --fov=0'
     refused 'takes a' 'panorama in.exr out.png --fov 9x' 'panorama in.exr out.png --size 99999x9'
-    refused "isn't a file that can be read" 'panorama ../pipe out.png'
     refused 'takes no value' 'panorama in.exr out.png --report=1'
     makes '67 x 35, 16' one.png --size 67x35 --pitch 90 --fov=140 --tone reinhard --mark-clipped --bits 16
     makes '1024 x 512, 8' one.png --flat --exposure 0 --offset 0.1
@@ -97,7 +96,7 @@ test_reaction() {
     refused 'needs --checkpoint' "$out --every 5"
     refused "isn't a checkpoint" "$out --resume in.exr" "$out --resume a.png"
     refused "isn't a file that can be read" "$out --resume ../pipe"
-    refused 'name too long' "reaction $(printf %250s | tr ' ' a).png --steps 1000000000"
+    refused 'name too long' "reaction $(printf %0250d 0).png --steps 1000000000"
     refused 'is there already' "$out --checkpoint a.state" "$out --checkpoint a.state --resume before"
     # A name more of the old state: its bytes stay, since the next one is another file.
     "${line[@]}" --steps 7 >../said && cmp b.state before && ! cmp -s a.state before || fault "not replaced: $(<../said)"
@@ -131,9 +130,8 @@ begun() {
 }
 # ends STATUS CASE: what was begun, and not since its time is up.
 ends() {
-    local status
-    wait $! 2>/dev/null
-    status=$?
+    local status=0
+    wait $! 2>/dev/null || status=$?
     # shellcheck disable=SC2053  # a pattern
     [[ $status == $1 && $status != 124 ]] || fault "$2: $status, not $1: $(<complaint)"
 }
@@ -145,11 +143,10 @@ pidOf() {
 # Each signal ends a program that writes by its own status, and leaves no part of a file. mpirun may kill what it ends
 # while the disk is slow: the next start removes what is left then.
 test_signals() {
-    local signal victim status out=("$PWD/out.png" --size 300x200 --checkpoint s.state --steps)
+    local signal victim out=("$PWD/out.png" --size 300x200 --checkpoint s.state --steps)
     for signal in 1 2 3 15; do
         timeout --preserve-status -s $signal 0.3 "$bin/panorama" in.exr out.png --size 3000x3000
-        status=$?
-        ((status == 128 + signal)) || fault "panorama, signal $signal: $status"
+        (($? == 128 + signal)) || fault "panorama, signal $signal"
         for victim in 0 mpirun; do
             [[ $signal == 3 && $victim == mpirun ]] && continue  # it would die alone
             begun s.state on 3 1 "${out[@]}" 1000000 --every 1
@@ -190,8 +187,6 @@ test_resume() {
     refused 'with other values' "$to a.state --kill 0.061" "$to a.state --feed 0.04" "$to a.state --size 46x70 --seed 3"
     refused 'another photograph' "reaction \"\$tree\"/examples/data/courtyard.exr no.png --resume a.state"
     refused 'at step 31 already' "$to a.state --steps 30"
-    on 2 1 no.png --resume damaged30000 >said 2>complaint && fault "accepted by two ranks"
-    once "is damaged" "two ranks"
 }
 test_kill() {
     local rank steps state=(--size 300x200 --steps 1000000 --checkpoint a.state --every 5)
