@@ -60,9 +60,11 @@ inline int transfer(int file, bool write, const Ranks& ranks, Head& head, Reacti
     Cells& cells = reaction.now;
     int error = file < 0 ? errno : 0;
     const auto move = [&](std::int64_t at, void* data, std::int64_t bytes) {
-        if (error) return;
-        errno = EIO;  // of less than all bytes the system says nothing
-        if ((write ? pwrite(file, data, bytes, at) : pread(file, data, bytes, at)) != bytes) error = errno;
+        ssize_t moved = 0;  // perhaps less than told: then the next call tells why
+        for (char* from = static_cast<char*>(data); !error && bytes > 0; at += moved, from += moved, bytes -= moved) {
+            moved = write ? pwrite(file, from, bytes, at) : pread(file, from, bytes, at);
+            if (moved <= 0) error = moved < 0 ? errno : EIO;
+        }
     };
     if (write && ranks.rank == 0) move(0, &head, sizeof head);
     for (const int field : {0, 1, 2})
