@@ -223,14 +223,16 @@ void removeParts() {
     for (const std::string& part : theParts) unlink(part.c_str());
 }
 
-void watchSignals() {
-    sigset_t awaited;
+Signals::Signals() {
     sigemptyset(&awaited);
     struct sigaction before;
     for (const int signal : endings)
         if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) sigaddset(&awaited, signal);
     pthread_sigmask(SIG_BLOCK, &awaited, nullptr);
-    std::thread([awaited] {
+}
+
+void Signals::watch() const {
+    std::thread([awaited = awaited] {
         int signal = 0;
         sigwait(&awaited, &signal);
         removeParts();

@@ -1,6 +1,7 @@
 // No file of a user's is lost: not by a mistaken command line, not by a signal, not by a full disk.
 #pragma once
 
+#include <csignal>
 #include <functional>
 #include <string>
 #include <vector>
@@ -51,8 +52,16 @@ private:
     std::string part;
 };
 
-/// From now on a signal that ends the program removes the parts first, at once: one thread waits for signals, and
-/// so none waits for a slow disk. Call it before other threads start, which inherit that these signals are
-/// blocked. What was ignored when the program started, as nohup has it, stays ignored.
-void watchSignals();
+/// Signals that end the program: before they do they remove the parts, at once, since a thread waits for nothing else,
+/// and none for a slow disk. Make it before other threads start, which inherit that these signals are blocked. From
+/// `watch` on they are taken; mpirun 4 may hang where a rank dies before MPI is there. What was ignored when the
+/// program started, as nohup has it, stays ignored.
+class Signals {
+public:
+    Signals();
+    void watch() const;
+
+private:
+    sigset_t awaited;
+};
 void removeParts();

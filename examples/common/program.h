@@ -90,7 +90,7 @@ inline int program(const char* name, const char* help, int argc, char** argv, au
     for (const int stream : {0, 1, 2})
         if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY) != stream) return 1;
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // what a run of days tells is there while it runs
-    watchSignals();
+    const Signals signals;
     std::set_terminate([] {
         endAlone();
         std::_Exit(1);
@@ -101,6 +101,7 @@ inline int program(const char* name, const char* help, int argc, char** argv, au
     });
     Ranks ranks;
     try {
+        signals.watch();
         if (ranks.rank > 0 && !std::freopen("/dev/null", "w", stdout)) throw std::runtime_error(std::strerror(errno));
 #ifndef WITH_MPI
         // mpirun would start it several times over, all for one file.
