@@ -84,8 +84,8 @@ copies() {
 # What is installed serves a program outside by both roads, and its header stands alone under every standard.
 consumer() {
     local prefix=${1:-/usr} path=${2-} program=$temp/first/first standard
-    # The path is for the loader alone: it would hide from the linker that a library isn't found. The loader may name the
-    # library by a link: /lib is one to /usr/lib.
+    # The path is for the loader alone: it would hide from the linker that a library isn't found. The loader may name
+    # the library by a link: /lib is one to /usr/lib.
     loaded() { LD_LIBRARY_PATH=$path ldd "$program" | awk '/libZEL/ { print $3 }'; }
     runs() { [[ $(LD_LIBRARY_PATH=$path $program) == 750 && $(realpath "$(loaded)") == "$prefix"/* ]]; }
     project "$tree/examples/first" "$temp/first" -DCMAKE_PREFIX_PATH="$prefix"
