@@ -57,12 +57,19 @@ void ZEL_Math::scaleoffsetSIMD(float* d, float a, float b, Count num) { laneForm
 
 // With the flag set, two whole passes: d holds an intermediate result during the second.
 void ZEL_Math::lerp(float* d, const float* a, const float* b, const float* c, Count num) {
-    if (!theSIMD) return elements<Interpolate>(d, num, a, b, c);
+    const bool simd = theSIMD;
+    [[maybe_unused]] const Call call(simd, Form::lane, num, d, a, b, c);
+    if (!simd) return elements<Interpolate>(d, num, a, b, c);
+    call.mustBeApart(d, a, "a", num);
+    call.mustBeApart(d, c, "c", num);
     subSIMD(d, b, a, num);
     scaleoffsetSIMD(d, c, a, num);
 }
 void ZEL_Math::lerp(float* d, const float* a, const float* b, float c, Count num) {
-    if (!theSIMD) return elements<Interpolate>(d, num, a, b, c);
+    const bool simd = theSIMD;
+    [[maybe_unused]] const Call call(simd, Form::lane, num, d, a, b, c);
+    if (!simd) return elements<Interpolate>(d, num, a, b, c);
+    call.mustBeApart(d, b, "b", num);
     mulSIMD(d, a, 1.0f - c, num);
     maddSIMD(d, b, c, num);
 }

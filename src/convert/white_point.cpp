@@ -93,7 +93,7 @@ void packGroups(Sample* d, Count i, Count end, bool fourAtOnce, Group group) {
 
 /// float to samples of 8 or 16 bits. d is written in elements, so only a has a phase.
 template <class Sample> void wpointLanes(Sample* d, const float* a, float scale, float limit, float offset, Count num) {
-    require(num, d, a);
+    [[maybe_unused]] const Call call(Form::lane, num, d, a);
     const auto [lead, end] =
         leadInAndTail(phase(a), num, [=](Count i) { d[i] = MapToSample<Sample>::single(a[i], scale, limit, offset); });
     const __m128 scales = spread(scale), limits = spread(limit), offsets = spread(offset);
@@ -126,7 +126,7 @@ struct Unmap {
 /// The last num & 3 elements downward, then the others upward, wherever the arrays lie.
 template <class Sample> void iwpointLoop(float* d, const Sample* a, float scale, Sample black, Count num) {
     const float reciprocal = 1.0f / scale;
-    require(num, d, a);
+    [[maybe_unused]] const Call call(Form::element, num, d, a);
     const Count end = num < 0 ? num : num & ~Count{3};  // for a negative count neither loop does anything
     for (Count i = num; i-- > end;) d[i] = Unmap::element(a[i], black, reciprocal);
     elements<Unmap>(d, end, a, black, reciprocal);
@@ -134,7 +134,7 @@ template <class Sample> void iwpointLoop(float* d, const Sample* a, float scale,
 
 /// d[i] = theUnitTable[a[i]], upward.
 void unitElements(float* d, const std::uint8_t* a, Count num) {
-    require(num, d, a);
+    [[maybe_unused]] const Call call(Form::element, num, d, a);
     const auto one = [=](Count i) { d[i] = theUnitTable[a[i]]; };
     const auto four = [=](Count i) {
         std::uint32_t samples;

@@ -3,8 +3,6 @@
 #pragma once
 
 #include <cfloat>
-#include <cstdio>
-#include <cstdlib>
 #include <type_traits>
 
 // The build's flags rule these out (cmake/flags.cmake). Where another build's don't, it stops here.
@@ -18,19 +16,11 @@
 
 #include "ZEL_Math.h"
 #include "frame/cache_sizes.h"
+#include "frame/call.h"
 #include "frame/operands.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#    define ZEL_SANITIZED
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
-#        define ZEL_SANITIZED
-#    endif
-#endif
-
-// For GCC: a loop whose iterations it has vectorised is unrolled, which is worth a factor of 1.5 to 2, and one of at most
-// four iterations becomes straight code at -O2 too. Clang does both by itself, and the pragma would keep it from
-// vectorising.
+// GCC unrolls what it has vectorised, which is worth a factor of 1.5 to 2, and makes straight code of a loop of four
+// iterations at -O2 too. Clang does both by itself, and the pragma would keep it from vectorising.
 #if defined(__GNUC__) && !defined(__clang__)
 #    define ZEL_UNROLL _Pragma("GCC unroll 4")
 #else
@@ -39,25 +29,16 @@
 
 namespace zel {
 
-/// Debug and sanitized builds stop where an array of a call isn't usable.
-template <class... X> inline void require([[maybe_unused]] Count num, [[maybe_unused]] X... x) {
-#if defined(ZEL_ASSERTS) || defined(ZEL_SANITIZED)
-    if (num <= 0 || (usable(x) && ...)) return;
-    std::fputs("libZEL: an array of this call is null, or not aligned to its elements.\n", stderr);
-    std::abort();
-#endif
-}
-
 /// The element loop: d[i] = element(x[i]...), each element written before the next one is read.
 /// Not inlined, so that the plain member and the fallback route share one copy.
 template <class Formula, class D, class... X> [[gnu::noinline]] void elements(D d, Count num, X... x) {
-    require(num, d, x...);
+    [[maybe_unused]] const auto call = callOf<Formula>(Form::element, d, num, x...);
     ZEL_UNROLL
     for (Count i = 0; i < num; ++i) put(d, i, Formula::element(at(x, i)...));
 }
 
-/// The element form of a member. A formula may bring one of its own: `elementForm` chooses the fastest of several element
-/// loops that give the bits of `element` for these operands.
+/// The element form of a member. A formula may bring one of its own: `elementForm` chooses the fastest of several
+/// element loops that give the bits of `element` for these operands.
 template <class Formula, class D, class... X> inline void elementForm(D d, Count num, X... x) {
     if constexpr (requires { Formula::elementForm(d, num, x...); })
         Formula::elementForm(d, num, x...);
@@ -161,7 +142,7 @@ bool streams([[maybe_unused]] const void* d, [[maybe_unused]] Count num, [[maybe
 
 /// A SIMD member: the aligned route if all arrays have the phase of d, else the fallback route, the element form.
 template <class Formula, class Scope = NoScope, class D, class... X> inline void laneForm(D d, Count num, X... x) {
-    require(num, d, x...);
+    [[maybe_unused]] const auto call = callOf<Formula>(Form::lane, d, num, x...);
     if (!inPhase(d, x...)) return elementForm<Formula>(d, num, x...);
     if constexpr (std::is_pointer_v<D> && !requires { Formula::updates; })
         if (streams(d, num, x...)) [[unlikely]]

@@ -47,7 +47,6 @@ double addBlocks(double total, Count first, Group group, Array... arrays) {
 /// many blocks may be formed so, because a group writes nothing that another group of them reads.
 template <class Sisd, class Group, class... Array>
 double reduce(Count num, unsigned sideBySide, Sisd sisd, Group group, const float* first, Array... others) {
-    require(num, first, others...);
     const LaneBounds bounds(phase(first), num);
     const Count lead = bounds.lead, end = bounds.end;  // Clang 14 captures no structured binding
     double total = 0;

@@ -8,6 +8,7 @@ double ZEL_Math::dot(const float* a, const float* b, Count num) {
 }
 
 double ZEL_Math::dotSIMD(const float* a, const float* b, Count num) {
+    [[maybe_unused]] const Call call(Form::lane, num, a, b);
     if (!inPhase(a, b)) return dotSISD(a, b, num);
     return reduce(
         num, 4, [=](Count i, Count n) { return dotSISD(a + i, b + i, n); },
@@ -15,7 +16,7 @@ double ZEL_Math::dotSIMD(const float* a, const float* b, Count num) {
 }
 
 double ZEL_Math::dotSISD(const float* a, const float* b, Count num) {
-    require(num, a, b);
+    [[maybe_unused]] const Call call(Form::element, num, a, b);
     double sum = 0;
     for (Count i = 0; i < num; ++i) {
         const float term = a[i] * b[i];

@@ -20,6 +20,7 @@ double ZEL_Math::maddAndNorm(float* d, const float* a, double b, Count num) {
 }
 
 double ZEL_Math::maddAndNormSIMD(float* d, const float* a, float b, Count num) {
+    [[maybe_unused]] const Call call(Form::lane, num, d, a);
     if (!inPhase(d, a)) return maddAndNormSISD(d, a, b, num);
     const __m128 factor = spread(b);
     return reduce(
@@ -33,7 +34,7 @@ double ZEL_Math::maddAndNormSIMD(float* d, const float* a, float b, Count num) {
 }
 
 double ZEL_Math::maddAndNormSISD(float* d, const float* a, double b, Count num) {
-    require(num, d, a);
+    [[maybe_unused]] const Call call(Form::element, num, d, a);
     double sum = 0;
     for (Count i = 0; i < num; ++i) {
         // The update runs in double and is rounded once, unlike the two roundings of the lanes.
@@ -50,6 +51,7 @@ double ZEL_Math::mulAndDotDA(float* d, const float* a, const float* b, Count num
 }
 
 double ZEL_Math::mulAndDotDASIMD(float* d, const float* a, const float* b, Count num) {
+    [[maybe_unused]] const Call call(Form::lane, num, d, a, b);
     if (!inPhase(d, a, b)) return mulAndDotDASISD(d, a, b, num);
     const unsigned sideBySide = mayPair(d, a) && mayPair(d, b) ? 2 : 1;
     // Two loops, since GCC would ask in each iteration at -O2.
@@ -69,7 +71,7 @@ double ZEL_Math::mulAndDotDASIMD(float* d, const float* a, const float* b, Count
 }
 
 double ZEL_Math::mulAndDotDASISD(float* d, const float* a, const float* b, Count num) {
-    require(num, d, a, b);
+    [[maybe_unused]] const Call call(Form::element, num, d, a, b);
     double sum = 0;
     for (Count i = 0; i < num; ++i) {
         const float product = b[i] * a[i];

@@ -6,7 +6,7 @@ using namespace zel;
 int ZEL_Math::zerocount(const int* a, Count num) { return theSIMD ? zerocountSIMD(a, num) : zerocountSISD(a, num); }
 
 int ZEL_Math::zerocountSIMD(const int* a, Count num) {
-    require(num, a);
+    [[maybe_unused]] const Call call(Form::lane, num, a);
     const auto [lead, end] = LaneBounds(phase(a), num);
     const __m128i zero = _mm_setzero_si128();
     // A mask is -1 where the element is 0, so the masks add up to the negated count. There are two sums, and four masks
@@ -29,7 +29,7 @@ int ZEL_Math::zerocountSIMD(const int* a, Count num) {
 }
 
 int ZEL_Math::zerocountSISD(const int* a, Count num) {
-    require(num, a);
+    [[maybe_unused]] const Call call(Form::element, num, a);
     unsigned count = 0;
     for (Count i = 0; i < num; ++i) count += a[i] == 0;
     return static_cast<int>(count);

@@ -9,6 +9,7 @@ namespace {
 /// Lanes read b once. Elements read it for each component, as it stands after the component before was stored.
 template <class Formula>
 inline void combine(bool simd, float* d, const float* b, Count num, const std::uint32_t* mask) {
+    [[maybe_unused]] const Call call(simd, Form::fourVectors, num, d, b);
     if (simd && phase(d) == 0 && num >= 4) {
         const __m128 constant = _mm_loadu_ps(b);
         eachVector<4>(d, num, mask, [=](float* v) { putGroup(v, 0, Formula::lanes(groupAt(v, 0), constant)); });

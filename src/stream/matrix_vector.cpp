@@ -73,7 +73,9 @@ void transformLanes(float* d, Count num, const std::uint32_t* mask, __m128 l0, _
 }  // namespace
 
 void ZEL_Math::mulColVec44(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
-    if (!theSIMD || phase(d) != 0 || num < 1)
+    const bool simd = theSIMD;
+    [[maybe_unused]] const Call call(simd, Form::vectors, num, d, m);
+    if (!simd || phase(d) != 0 || num < 1)
         return Transform<Vector::column, 4, Fourth::scaled>::elements(d, m, num, mask);
     __m128 l0 = _mm_loadu_ps(m[0]), l1 = _mm_loadu_ps(m[1]), l2 = _mm_loadu_ps(m[2]), l3 = _mm_loadu_ps(m[3]);
     _MM_TRANSPOSE4_PS(l0, l1, l2, l3);
@@ -89,8 +91,9 @@ void ZEL_Math::mulColVec34_3(float* d, const float (*m)[4], Count num, const std
     Transform<Vector::column, 3, Fourth::leftOut>::elements(d, m, num, mask);
 }
 void ZEL_Math::mulRowVec44(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {
-    if (!theSIMD || phase(d) != 0 || num < 1)
-        return Transform<Vector::row, 4, Fourth::scaled>::elements(d, m, num, mask);
+    const bool simd = theSIMD;
+    [[maybe_unused]] const Call call(simd, Form::vectors, num, d, m);
+    if (!simd || phase(d) != 0 || num < 1) return Transform<Vector::row, 4, Fourth::scaled>::elements(d, m, num, mask);
     transformLanes(d, num, mask, _mm_loadu_ps(m[0]), _mm_loadu_ps(m[1]), _mm_loadu_ps(m[2]), _mm_loadu_ps(m[3]));
 }
 void ZEL_Math::mulRowVec44_3(float* d, const float (*m)[4], Count num, const std::uint32_t* mask) {

@@ -14,7 +14,7 @@ namespace zel {
 /// reaches its vector.
 template <int stride, class Vector>
 inline void eachVector(float* d, Count num, const std::uint32_t* mask, Vector vector) {
-    require(num, d);
+    [[maybe_unused]] const Call call(Form::element, num, d);
     const auto one = [=](Count i) { vector(d + stride * i); };
     if (!mask) return upwardByFours<1>(0, num, one);
 
