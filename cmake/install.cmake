@@ -14,6 +14,13 @@ foreach(level IN LISTS zelWideLevels)
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/glibc-hwcaps/${level}" COMPONENT runtime NAMELINK_SKIP)
 endforeach()
 
+if(ZEL_TRACE)
+    install(TARGETS ZEL-trace
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/zel-trace" COMPONENT development NAMELINK_SKIP)
+    install(TARGETS zel-trace RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT development)
+    install(FILES docs/zel-trace.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT development)
+endif()
+
 set(zelPackageDir "${CMAKE_INSTALL_LIBDIR}/cmake/ZEL")
 install(EXPORT ZEL NAMESPACE ZEL:: FILE ZELTargets.cmake DESTINATION "${zelPackageDir}" COMPONENT development)
 configure_package_config_file(cmake/ZELConfig.cmake.in "${PROJECT_BINARY_DIR}/ZELConfig.cmake"

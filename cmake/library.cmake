@@ -47,8 +47,8 @@ function(zel_library target)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # Element loops are vectors at -O2 too, as at -O3. There GCC 11 makes none, and later ones only where the number
         # of iterations is known to be a multiple of the vector. Clang makes them from -O2 on by itself.
-        # Link-time optimisation by GCC 12 forgets which loops are to be unrolled: some take four times as long. There is
-        # nothing to gain by it, since no kernel calls what another file has.
+        # Link-time optimisation by GCC 12 forgets which loops are to be unrolled, and some take four times as long.
+        # There is nothing to gain by it, since no kernel calls what another file has.
         target_compile_options(${target} PRIVATE -ftree-vectorize -fvect-cost-model=dynamic -fno-lto)
     endif()
     target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:ZEL_ASSERTS>)
@@ -92,3 +92,24 @@ foreach(level IN LISTS zelWideLevels)
     set_target_properties(ZEL-${level} PROPERTIES
         LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib/wide/${level}")
 endforeach()
+
+# The copy that counts and checks, bit for bit the same in what it computes, and the program that runs others on it. It
+# lies where no loader finds it by chance. Each member has code of its own and stays on the stack.
+if(ZEL_TRACE)
+    zel_library(ZEL-trace)
+    target_sources(ZEL-trace PRIVATE "${PROJECT_SOURCE_DIR}/src/frame/trace.cpp")
+    target_compile_definitions(ZEL-trace PRIVATE ZEL_TRACE)
+    target_compile_options(ZEL-trace PRIVATE -fno-omit-frame-pointer -fno-optimize-sibling-calls)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_compile_options(ZEL-trace PRIVATE -fno-ipa-icf -fno-reorder-blocks-and-partition)
+    endif()
+    set_target_properties(ZEL-trace PROPERTIES
+        LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib/zel-trace"
+        INSTALL_RPATH "\$ORIGIN/..")
+    add_executable(zel-trace src/frame/zel_trace.cpp)
+    target_compile_options(zel-trace PRIVATE ${zelWarnings})
+    include(GNUInstallDirs)
+    file(RELATIVE_PATH zelTraceLibrary "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}/zel-trace/libZEL.so.1")
+    target_compile_definitions(zel-trace PRIVATE "ZEL_TRACE_LIBRARY=\"${zelTraceLibrary}\"")
+    add_dependencies(zel-trace ZEL-trace)
+endif()

@@ -124,6 +124,8 @@ packages() {
     # The system's directory needs neither.
     export PKG_CONFIG_PATH=$temp/both/$libraries/pkgconfig
     consumer "$temp/both/usr" "$temp/both/$libraries"
+    export LD_LIBRARY_PATH=$temp/both/$libraries
+    [[ $("$temp/both/usr/bin/zel-trace" "$temp/first/first" 2>&1) == *"in lanes"* ]] || fail "zel-trace doesn't work."
 }
 
 [[ $(type -t "${3-}") == function ]] || fail "There is no test '${3-}'."

@@ -6,8 +6,8 @@
 
 namespace zel {
 
-/// Up to here, two blocks of a sum are formed side by side, or up to four where nothing is written. In larger arrays the
-/// processor's prefetcher is too slow for so many places in each array.
+/// Up to here, two blocks of a sum are formed side by side, or up to four where nothing is written. In larger arrays
+/// the processor's prefetcher is too slow for so many places in each array.
 constexpr Count pairedBytes = Count{1536} << 10;
 /// Up to here, two are formed side by side with prefetch instructions. Beyond, one block is formed after the other.
 constexpr Count prefetchedBytes = Count{20} << 20;
