@@ -7,7 +7,7 @@ temp=$(mktemp -d)
 trap 'rm -rf "$temp"' EXIT
 fail() { printf '%s\n' "$*"; exit 1; }
 # Without what changes from run to run, or with a line of the program.
-plain() { sed -E 's/process [0-9]+/process/; s/ \(traced.cpp:[0-9]+\)//; s/main::\{lambda.*|std::.*/thread/; s/^ +//; s/  +/ | /g' "$@"; }
+plain() { sed -E 's/process [0-9]+/process/; s/ \(traced.cpp:[0-9]+\)//; s/^ +//; s/  +/ | /g' "$@"; }
 # refused WHY COMMAND...: one line on standard error, status 2
 refused() {
     local status=0
@@ -36,7 +36,7 @@ calls | elements | in lanes | phases differ | under 16 | member, and where it is
 40 of them: d begins 1 element behind a 16-byte boundary, a on one, b 3 elements behind one
 1 | 17 | - | 100 % | - | swap | members
 17 of them: a begins on a 16-byte boundary, b 1 element behind one
-160000 | 2560000 | 100 % | - | - | bxor | thread
+160000 | 2560000 | 100 % | - | - | bxor | work
 1 | 1003 | >99 % | - | - | dotSIMD | rows
 1 | 100 | 100 % | - | - | mulRowVec44 | streams
 1 | 64 | - | - | - | add | members

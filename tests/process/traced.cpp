@@ -44,6 +44,11 @@ static void members() {
     ZEL_Math::zelmin(x, y, z, 15);
 }
 
+static void work() {
+    alignas(16) int own[16] = {};
+    for (int n = 0; n < 10000; ++n) ZEL_Math::bxor(own, own, 1, 16);
+}
+
 static void faults() {
     float* nothing = nullptr;
     std::signal(SIGSEGV, [](int) { siglongjmp(back, 1); });
@@ -58,11 +63,7 @@ int main(int argc, char**) {
     members();
     if (argc > 1) faults();
     std::vector<std::thread> threads;
-    for (int k = 0; k < 16; ++k)
-        threads.emplace_back([] {
-            alignas(16) int own[16] = {};
-            for (int n = 0; n < 10000; ++n) ZEL_Math::bxor(own, own, 1, 16);
-        });
+    for (int k = 0; k < 16; ++k) threads.emplace_back(work);
     for (auto& thread : threads) thread.join();
     std::fflush(stdout);
     const pid_t child = fork();
