@@ -54,7 +54,7 @@ bare() {
     for tool in bash sh g++ c++ make cmake as ld ar uname; do ln -s "$(command -v $tool)" "$temp/tools"; done
     "$tree/scripts/proof/sources" "$temp/tree"
     awk '/^```sh/ { on = 1; next } on && /^```/ { exit } on' "$tree/README.md" |
-        sed 's/^cmake -B build$/& -DZEL_WIDE_COPIES=OFF/' >"$temp/lines"
+        sed 's/^cmake -B build$/& -DZEL_WIDE_COPIES=OFF -DZEL_TRACE=OFF/' >"$temp/lines"
     (cd "$temp/tree" && quietly env -i HOME="$temp" PATH="$temp/tools" CMAKE_BUILD_PARALLEL_LEVEL=2 bash -ex "$temp/lines")
     [[ $(tail -n 1 "$temp/log") == 750 ]] || fail "Not 750: $(<"$temp/log")"
     [[ $(find "$temp/zel" -name libZEL.so.1 | wc -l) == 1 ]] || fail "Not one copy: $(find "$temp/zel")"
