@@ -428,9 +428,9 @@ public:
     /// @}
 
     /// @name Fill, masked copy, exchange
-    /// Everything moves as bits, the same by element and lane. With a mask, all of a is read, d is written back where
-    /// it is kept, the mask mustn't be null, and its phase counts. Where a and b of `swap` overlap, pairs are exchanged
-    /// in the order of work.
+    /// Everything moves as bits, the same by element and lane. With a mask, all of a must be readable, d is written
+    /// back where it is kept, the mask mustn't be null, and its phase counts. Where a and b of `swap` overlap, pairs
+    /// are exchanged in the order of work.
     /// @{
 
     /// d[i] = value. With a mask, d[i] = value or a[i] where mask[i] is 0.
@@ -531,9 +531,9 @@ public:
 
     /// d[i] = d[i] + b * a[i]. Gives the sum of d[i] * d[i].
     static double maddAndNorm(float* d, const float* a, double b, std::int64_t num);
-    /// The lane form of `maddAndNorm`: in lane groups d[i] in `float`, rounded twice. Sums as `dotSIMD` does.
+    /// The lane form of `maddAndNorm`: in lane groups product and sum are `float`. Sums as `dotSIMD` does.
     static double maddAndNormSIMD(float* d, const float* a, float b, std::int64_t num);
-    /// The element form of `maddAndNorm`: d[i] in `double`, rounded once. Sums upward.
+    /// The element form of `maddAndNorm`: product and sum are rounded to `double`, d[i] to `float`. Sums upward.
     static double maddAndNormSISD(float* d, const float* a, double b, std::int64_t num);
     /// d[i] = b[i] * a[i]. Gives the sum of d[i] * a[i], read after d[i] is written.
     static double mulAndDotDA(float* d, const float* a, const float* b, std::int64_t num);

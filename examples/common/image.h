@@ -1,4 +1,4 @@
-// Planar images. Every array begins on a cache line: all have the same phase, and calls take the lanes.
+// Planar images. Every array begins on a cache line: all have the same phase, and calls use the lane form.
 #pragma once
 
 #include <array>

@@ -54,7 +54,7 @@ void transformByColumns(float* points, const float* flat, std::int64_t n) {
     ZEL_Math::mulRowVec44(points, reinterpret_cast<Rows>(flat), n, nullptr);
 }
 
-/// Four floats on 16 bytes: a stream of these takes the lanes from any of its vectors on.
+/// Four floats on 16 bytes: from any of its vectors on, a stream of these has the lane form.
 struct alignas(16) Point {
     float x, y, z, w;
 };

@@ -13,7 +13,7 @@
 /// One equation for each pixel: diagonal * v + east * (v to the right) + south * (v below), and the same from
 /// the left and from above, where the weights, negative ones, stand at the neighbour. The rectangle is cut
 /// into four bands of rows, and a lane group holds one pixel of each: all neighbours lie whole lane groups
-/// away, and all calls take the lanes. Where two bands meet, a row more at either end of an array holds
+/// away, and all calls use the lane form. Where two bands meet, a row more at either end of an array holds
 /// copies of the neighbours.
 struct System {
     std::int64_t row, band, count;

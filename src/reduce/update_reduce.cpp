@@ -37,7 +37,7 @@ double ZEL_Math::maddAndNormSISD(float* d, const float* a, double b, Count num) 
     [[maybe_unused]] const Call call(Form::element, num, d, a);
     double sum = 0;
     for (Count i = 0; i < num; ++i) {
-        // The update runs in double and is rounded once, unlike the two roundings of the lanes.
+        // Product and sum are rounded to double, then the sum to float: three roundings, where the lanes have two.
         const float u = static_cast<float>(static_cast<double>(a[i]) * b + static_cast<double>(d[i]));
         d[i] = u;
         const float term = u * u;
