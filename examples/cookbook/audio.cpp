@@ -142,18 +142,6 @@ void samples() {
     }
     expectSame("16 bits out", back, all);
 
-    const std::int16_t first = -32768, last = 32767;
-    const auto sample = [](std::int16_t wanted, bool orLast) {
-        return [=](float* a, std::int64_t n) {
-            std::vector<std::int16_t> s(n);
-            toSamples(s.data(), a, n);
-            for (std::int64_t i = 0; i < n; ++i) a[i] = s[i] == wanted || (orLast && s[i] == last) ? 1.0f : 0.0f;
-        };
-    };
-    gives("infinity to a sample", INFINITY, 1, sample(last, false));
-    gives("-infinity to a sample", -INFINITY, 1, sample(first, false));
-    gives("-0 to a sample", -0.0f, 1, sample(0, false));
-    gives("NaN to a sample", NAN, 1, sample(first, true));
     for (const std::int64_t start : {0, 1, 2, 3})
         for (const std::int64_t count : {0, 1, 2, 7, 8}) {
             std::vector<std::int16_t> some(16, 5), flipped = some;
@@ -190,13 +178,6 @@ void levels() {
                       : ZEL_Math::isSIMD() ? std::fabs(got - root) <= 8e-6 * root
                                            : got == root);
     }
-    const auto allPeak = [](float* a, std::int64_t n) { std::fill_n(a, n, peak(a, Floats(a, a + n).data(), n)); };
-    gives("peak of silence", -0.0f, 0, allPeak);
-    gives("peak of -infinity", -INFINITY, INFINITY, allPeak);
-    const auto allRms = [](float* a, std::int64_t n) { std::fill_n(a, n, static_cast<float>(rms(a, n))); };
-    gives("rms of NaN", NAN, NAN, allRms);
-    gives("rms of 1e20", 1e20f, INFINITY, allRms);
-    gives("rms of 1e-30", 1e-30f, 0, allRms);
     Floats x(16, 1.0f), work(16);
     x[0] = 5;
     x[8] = NAN;
@@ -216,10 +197,6 @@ void shapes() {
     expectSame("ramp", ramped, wantedRamp);
     softClip(clipped.data(), work.data(), n);
     expectSame("soft clip", clipped, wantedClip);
-    const auto clip = [](float* a, std::int64_t count) { softClip(a, Floats(count).data(), count); };
-    for (const float value : {-0.0f, 0.0f, NAN}) gives("soft clip, kept", value, value, clip);
-    gives("soft clip of the largest", 3.4028235e38f, 1, clip);
-    gives("soft clip of infinity", INFINITY, NAN, clip);
 }
 
 void filters() {
@@ -233,16 +210,29 @@ void filters() {
     onePoleByCall(poleByCall.data() + 1, 0.9f, n);
     expectSame("one pole", poleByCall, pole);
 
-    const auto quietly = [](float* a, std::int64_t count) { callback(a, 1e-10f, count); };
-    gives("a denormal result in a callback", 1e-30f, 0, quietly);
-    gives("... of the other sign", -1e-30f, -0.0f, quietly);
-    gives("... and after it", 1e-30f, 1e-30f * 1e-10f, [&](float* a, std::int64_t count) {
-        callback(Floats(3).data(), 1, 3);
-        ZEL_Math::mul(a, a, 1e-10f, count);
-    });
+    const unsigned modes = _mm_getcsr() & 0xFFC0;  // without the flags of exceptions that were raised
+    callback(got.data(), 0.5f, n);
+    expect("the thread's modes after a callback", (_mm_getcsr() & 0xFFC0) == modes);
 }
 
-int main() {
+int edges() {
+    return printEdges(
+        "Audio", {0.0f, -0.0f, 3e-23f, 1e-30f, -1e-30f, 5e17f, 1e18f, 1e20f, 3.4028235e38f, INFINITY, -INFINITY, NAN},
+        {{"toSamples",
+          [](float* a, std::int64_t n) {
+              std::vector<std::int16_t> s(n);
+              toSamples(s.data(), a, n);
+              std::copy(s.begin(), s.end(), a);
+          }},
+         {"peak",
+          [](float* a, std::int64_t n) { std::fill_n(a, n, peak(Floats(n).data(), Floats(a, a + n).data(), n)); }},
+         {"rms", [](float* a, std::int64_t n) { std::fill_n(a, n, static_cast<float>(rms(a, n))); }},
+         {"softClip", [](float* a, std::int64_t n) { softClip(a, Floats(n).data(), n); }},
+         {"callback", [](float* a, std::int64_t n) { callback(a, 1e-10f, n); }}});
+}
+
+int main(int argc, char**) {
+    if (argc > 1) return edges();
     for (const bool flag : {false, true}) {
         ZEL_Math::forceSIMD(flag);
         samples();

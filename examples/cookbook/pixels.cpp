@@ -115,19 +115,6 @@ void choices() {
     }
     expectSame("band", banded, wantedBand);
     expectSame("select", selected, wantedSelect);
-
-    const auto within = [](float* v, std::int64_t count) {
-        const Floats copy(v, v + count);
-        band(v, Ints(count).data(), Ints(count).data(), copy.data(), 0, 1, count);
-    };
-    for (const float value : {0.0f, -0.0f, 1.0f}) gives("band, a bound", value, 1, within);
-    for (const float value : {INFINITY, -INFINITY, NAN}) gives("band, beyond", value, 0, within);
-    const auto chosen = [](float* v, std::int64_t count) {  // v < 0 ? 5 : v
-        const Floats copy(v, v + count), zeros(count), fives(count, 5.0f);
-        select(v, Ints(count).data(), copy.data(), zeros.data(), fives.data(), copy.data(), count);
-    };
-    for (const float value : {NAN, 0.0f, -0.0f, INFINITY}) gives("select, false", value, value, chosen);
-    for (const float value : {-INFINITY, -1e-40f}) gives("select, true", value, 5, chosen);
 }
 
 void channels() {
@@ -143,9 +130,31 @@ void channels() {
         }
         expectSame("channels", got, wanted);
     }
-    Floats pixel = {1, NAN, 1};
-    normaliseChannels(pixel.data(), mean, deviation, 1);
-    expect("a NaN in one channel is one in all", std::isnan(pixel[0]) && std::isnan(pixel[1]) && std::isnan(pixel[2]));
+}
+
+/// Pixels of red `a` and green and blue 1, less a mean of 0 and over a deviation of 0.5: one channel of them.
+template <int channel> void normalised(float* a, std::int64_t n) {
+    const float mean[3] = {}, deviation[] = {0.5f, 0.5f, 0.5f};
+    Floats pixels(3 * n, 1.0f);
+    for (std::int64_t i = 0; i < n; ++i) pixels[3 * i] = a[i];
+    normaliseChannels(pixels.data(), mean, deviation, n);
+    for (std::int64_t i = 0; i < n; ++i) a[i] = pixels[3 * i + channel];
+}
+
+int edges() {
+    return printEdges("Pixels", {0.0f, -0.0f, -1e-40f, 1.0f, 1.1f, INFINITY, -INFINITY, NAN},
+                      {{"band from 0 to 1",
+                        [](float* a, std::int64_t n) {
+                            const Floats copy(a, a + n);
+                            band(a, Ints(n).data(), Ints(n).data(), copy.data(), 0, 1, n);
+                        }},
+                       {"select: a < 0 ? 5 : a",
+                        [](float* a, std::int64_t n) {
+                            const Floats copy(a, a + n), zeros(n), fives(n, 5.0f);
+                            select(a, Ints(n).data(), copy.data(), zeros.data(), fives.data(), copy.data(), n);
+                        }},
+                       {"normaliseChannels: red", normalised<0>},
+                       {"normaliseChannels: green", normalised<1>}});
 }
 
 void integers() {
@@ -169,7 +178,8 @@ void integers() {
     expectSame("difference", differences, wantedDifferences);
 }
 
-int main() {
+int main(int argc, char**) {
+    if (argc > 1) return edges();
     for (const bool flag : {false, true}) {
         ZEL_Math::forceSIMD(flag);
         bytes(flag);

@@ -3,10 +3,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
+#include <string>
 #include <vector>
 
 #include "ZEL_Math.h"
@@ -28,16 +31,50 @@ template <class T> void expectSame(const char* what, const std::vector<T>& got, 
     expect(what, same);
 }
 
-/// What the page says of one value: recipe(a, n) makes `wanted`, to the bit or any NaN, of n times `value`. Counts of
-/// 0 and 1, odd and even.
-template <class Recipe> void gives(const char* what, float value, float wanted, Recipe recipe) {
-    for (const std::int64_t n : {0, 1, 3, 8, 1003}) {
-        Floats a(n, value);
-        recipe(a.data(), n);
-        expect(what, std::all_of(a.begin(), a.end(), [&](float x) {
-                   return std::isnan(wanted) ? std::isnan(x) : std::memcmp(&x, &wanted, sizeof x) == 0;
-               }));
+/// The shortest digits that give this float again.
+inline std::string digits(float x) {
+    char text[32];
+    return std::isnan(x) ? "NaN" : std::string(text, std::to_chars(text, text + sizeof text, x).ptr);
+}
+
+/// A row of a table of edges: recipe(a, n) puts its results in the place of n equal elements.
+struct Edge {
+    const char* name;
+    void (*recipe)(float* a, std::int64_t n);
+};
+
+/// Prints a table of docs/cookbook.md, which a test compares: what becomes of elements that all have one value, in
+/// calls of no to 4096 elements. Behind the slash, in bold, stands what comes with the flag set alone.
+inline int printEdges(const char* title, std::initializer_list<float> values, std::initializer_list<Edge> rows) {
+    std::string head = std::string("| ") + title, rule = "|---";
+    for (const float value : values) {
+        head += " | " + digits(value);
+        rule += "|---";
     }
+    std::printf("%s |\n%s|\n", head.c_str(), rule.c_str());
+    for (const Edge& row : rows) {
+        std::printf("| `%s` |", row.name);
+        for (const float value : values) {
+            std::vector<std::string> seen;
+            for (const bool flag : {false, true})
+                for (const std::int64_t n : {0, 1, 3, 8, 1003, 4096}) {
+                    ZEL_Math::forceSIMD(flag);
+                    Floats a(n, value);
+                    row.recipe(a.data(), n);
+                    for (const float x : a) {
+                        const std::string text = digits(x);
+                        const bool known = std::count(seen.begin(), seen.end(), text) != 0;
+                        if (!known && std::count(seen.begin(), seen.end(), "**" + text + "**") == 0)
+                            seen.push_back(flag ? "**" + text + "**" : text);
+                    }
+                }
+            for (const std::string& text : seen) std::printf(" %s%s", &text == seen.data() ? "" : "/ ", text.c_str());
+            std::printf(" |");
+        }
+        std::printf("\n");
+    }
+    std::printf("\n");
+    return 0;
 }
 
 /// Uneven numbers between lo and hi, the same at every run.
