@@ -174,9 +174,10 @@ public:
     /// @}
 
     /// @name Sign and range
-    /// A comparison with NaN is false, and a choice gives the bits of what it chose. In modes without denormals, a lane
-    /// form can give a zero for a denormal that it chooses. An element form keeps its bits, though its comparisons may
-    /// take it for a zero. The forms of `clamp` differ on zeros, and where lo > hi.
+    /// A comparison with NaN is false, and a choice gives the bits of what it chose. Where denormals are taken for
+    /// zeros, a lane form gives a zero for one that it chooses. Where they are only flushed, lanes of `negate` do so,
+    /// and those of `abs` for a negative one. An element form keeps its bits, though its comparisons may take it for a
+    /// zero. The forms of `clamp` differ on zeros, and where lo > hi.
     /// @{
 
     /// d[i] = a[i], sign bit cleared. Lane: t = 0 - a[i]; t > a[i] ? t : a[i]. They differ on -0 and a negative NaN.
