@@ -20,19 +20,19 @@ template <class Relation> struct StoresMask : Relation {
 }  // namespace
 
 // The ten members of one name; Formula says what its relation stores in a lane group.
-#define ZEL_COMPARISON(name, nameSIMD, Formula)                                                                      \
-    void ZEL_Math::name(int* d, const int* a, const int* b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); } \
-    void ZEL_Math::name(int* d, const int* a, int b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); }        \
-    void ZEL_Math::name(int* d, const float* a, const float* b, Count num) {                                         \
-        dispatch<Formula>(theSIMD, d, num, a, b);                                                                    \
-    }                                                                                                                \
-    void ZEL_Math::name(int* d, const float* a, float b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); }    \
-    void ZEL_Math::name(int* d, const double* a, const double* b, Count num) { elements<Formula>(d, num, a, b); }    \
-    void ZEL_Math::name(int* d, const double* a, double b, Count num) { elements<Formula>(d, num, a, b); }           \
-    void ZEL_Math::nameSIMD(int* d, const int* a, const int* b, Count num) { laneForm<Formula>(d, num, a, b); }      \
-    void ZEL_Math::nameSIMD(int* d, const int* a, int b, Count num) { laneForm<Formula>(d, num, a, b); }             \
-    void ZEL_Math::nameSIMD(int* d, const float* a, const float* b, Count num) { laneForm<Formula>(d, num, a, b); }  \
-    void ZEL_Math::nameSIMD(int* d, const float* a, float b, Count num) { laneForm<Formula>(d, num, a, b); }
+#define ZEL_COMPARISON(plain, lanes, Formula)                                                                         \
+    void ZEL_Math::plain(int* d, const int* a, const int* b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); } \
+    void ZEL_Math::plain(int* d, const int* a, int b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); }        \
+    void ZEL_Math::plain(int* d, const float* a, const float* b, Count num) {                                         \
+        dispatch<Formula>(theSIMD, d, num, a, b);                                                                     \
+    }                                                                                                                 \
+    void ZEL_Math::plain(int* d, const float* a, float b, Count num) { dispatch<Formula>(theSIMD, d, num, a, b); }    \
+    void ZEL_Math::plain(int* d, const double* a, const double* b, Count num) { elements<Formula>(d, num, a, b); }    \
+    void ZEL_Math::plain(int* d, const double* a, double b, Count num) { elements<Formula>(d, num, a, b); }           \
+    void ZEL_Math::lanes(int* d, const int* a, const int* b, Count num) { laneForm<Formula>(d, num, a, b); }          \
+    void ZEL_Math::lanes(int* d, const int* a, int b, Count num) { laneForm<Formula>(d, num, a, b); }                 \
+    void ZEL_Math::lanes(int* d, const float* a, const float* b, Count num) { laneForm<Formula>(d, num, a, b); }      \
+    void ZEL_Math::lanes(int* d, const float* a, float b, Count num) { laneForm<Formula>(d, num, a, b); }
 
 ZEL_COMPARISON(lt, ltSIMD, StoresOne<Less>)
 ZEL_COMPARISON(le, leSIMD, StoresOne<LessOrEqual>)

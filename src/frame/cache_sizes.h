@@ -12,12 +12,12 @@ constexpr Count pairedBytes = Count{1536} << 10;
 /// Up to here, two are formed side by side with prefetch instructions. Beyond, one block is formed after the other.
 constexpr Count prefetchedBytes = Count{20} << 20;
 
-/// From here on, lane groups are written by streaming stores, because no cache would keep them until they are read
+/// From here on, lane groups are written by non-temporal stores, because no cache would keep them until they are read
 /// again. The largest cache that one core can fill has 96 MiB. Tests build with a lower bound.
 #ifdef ZEL_CACHE_BYTES
-constexpr Count streamedBytes = ZEL_CACHE_BYTES;
+constexpr Count nonTemporalBytes = ZEL_CACHE_BYTES;
 #else
-constexpr Count streamedBytes = Count{128} << 20;
+constexpr Count nonTemporalBytes = Count{128} << 20;
 #endif
 
 }  // namespace zel

@@ -106,37 +106,37 @@ struct NoScope {};
 
 /// The aligned route: lead-in and tail, then the lane groups upward while a Scope lives. The tail goes before the
 /// groups: a group's store may land on the tail's sources.
-template <class Formula, class Scope, bool streaming, class D, class... X>
+template <class Formula, class Scope, bool nonTemporal, class D, class... X>
 inline void alignedRoute(D d, Count num, X... x) {
     const auto element = [=](Count i) { put(d, i, single<Formula>(at(x, i)...)); };
     const auto laneGroup = [d, ... x = spread(x)](Count i) {
-        if constexpr (streaming)
-            streamGroup(d, i, Formula::lanes(groupAt(x, i)...));
+        if constexpr (nonTemporal)
+            putNonTemporal(d, i, Formula::lanes(groupAt(x, i)...));
         else
             putGroup(d, i, Formula::lanes(groupAt(x, i)...));
     };
     const auto [lead, end] = leadInAndTail(phase(d), num, element);
     [[maybe_unused]] Scope scope;
     upwardByFours<4>(lead, end, laneGroup);
-    if constexpr (streaming) _mm_sfence();
+    if constexpr (nonTemporal) _mm_sfence();
 }
 
 /// The rare case of every SIMD member, kept out of the way of the others.
 template <class Formula, class Scope, class D, class... X>
-[[gnu::noinline]] void streamingRoute(D d, Count num, X... x) {
+[[gnu::noinline]] void nonTemporalRoute(D d, Count num, X... x) {
     alignedRoute<Formula, Scope, true>(d, num, x...);
 }
 
-/// Whether d is better written by streaming stores, because the arrays are larger than any cache and d is none of its
-/// sources. An ordinary store would read each cache line of d from memory before it is overwritten. A formula of which
-/// d is always a source says so by a member `updates`. The sanitizers of GCC don't see a streaming store.
+/// Whether d is better written by non-temporal stores, because the arrays are larger than any cache and d is none of
+/// its sources. An ordinary store would read each cache line of d from memory before it is overwritten. A formula of
+/// which d is always a source says so by a member `updates`. GCC's sanitizers don't see a non-temporal store.
 template <class... X>
-bool streams([[maybe_unused]] const void* d, [[maybe_unused]] Count num, [[maybe_unused]] X... x) {
+bool bypassesCaches([[maybe_unused]] const void* d, [[maybe_unused]] Count num, [[maybe_unused]] X... x) {
 #ifdef ZEL_SANITIZED
     return false;
 #else
     constexpr Count bytesPerElement = 4 * (1 + (Count{std::is_pointer_v<X>} + ... + 0));
-    return num >= streamedBytes / bytesPerElement && (apartFrom(d, x, num * 4) && ...);
+    return num >= nonTemporalBytes / bytesPerElement && (apartFrom(d, x, num * 4) && ...);
 #endif
 }
 
@@ -145,8 +145,8 @@ template <class Formula, class Scope = NoScope, class D, class... X> inline void
     [[maybe_unused]] const auto call = callOf<Formula>(Form::lane, d, num, x...);
     if (!inPhase(d, x...)) return elementForm<Formula>(d, num, x...);
     if constexpr (std::is_pointer_v<D> && !requires { Formula::updates; })
-        if (streams(d, num, x...)) [[unlikely]]
-            return streamingRoute<Formula, Scope>(d, num, x...);
+        if (bypassesCaches(d, num, x...)) [[unlikely]]
+            return nonTemporalRoute<Formula, Scope>(d, num, x...);
     alignedRoute<Formula, Scope, false>(d, num, x...);
 }
 

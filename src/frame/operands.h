@@ -90,9 +90,9 @@ template <class First, class Second, class Results> void putGroup(Two<First, Sec
     putGroup(d.second, i, results.second);
 }
 
-/// The same by a streaming store. _mm_sfence orders those of a call before whatever comes after it.
-inline void streamGroup(float* d, Count i, __m128 x) { _mm_stream_ps(d + i, x); }
-inline void streamGroup(int* d, Count i, __m128i x) { _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), x); }
+/// The same by a non-temporal store. _mm_sfence orders those of a call before whatever comes after it.
+inline void putNonTemporal(float* d, Count i, __m128 x) { _mm_stream_ps(d + i, x); }
+inline void putNonTemporal(int* d, Count i, __m128i x) { _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), x); }
 
 // ---- Choices
 

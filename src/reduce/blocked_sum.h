@@ -21,12 +21,12 @@ inline double laneSum(__m128 x) {
 
 inline void prefetch(const float* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 
-/// total, plus the sums of `count` whole blocks from element `first` on, upward. The blocks are formed side
+/// total, plus the sums of `count` whole blocks from element `from` on, upward. The blocks are formed side
 /// by side, a lane group of each in turn: independent chains of additions hide the latency of one. group(i) does the
 /// lane group at element i and gives the four floats to add. `prefetching` loads the next blocks in the order of
 /// their addresses. The processor's own prefetcher doesn't, where two places of an array are read in turn.
 template <unsigned count, bool prefetching, class Group, class... Array>
-double addBlocks(double total, Count first, Group group, Array... arrays) {
+double addBlocks(double total, Count from, Group group, Array... arrays) {
     constexpr Count line = 16;  // floats of a cache line, asked for while as many are summed
     constexpr Count step = prefetching ? line / count : 4;
     __m128 sums[count] = {};
@@ -35,8 +35,8 @@ double addBlocks(double total, Count first, Group group, Array... arrays) {
         ((sums[b] = _mm_add_ps(sums[b], group(i + Count{b} * blockElements))), ...);
     };
     for (Count k = 0; k < blockElements; k += step) {
-        if constexpr (prefetching) (prefetch(arrays + first + count * (blockElements + k)), ...);
-        for (Count i = first + k; i < first + k + step; i += 4) addGroups(i, std::make_index_sequence<count>());
+        if constexpr (prefetching) (prefetch(arrays + from + count * (blockElements + k)), ...);
+        for (Count i = from + k; i < from + k + step; i += 4) addGroups(i, std::make_index_sequence<count>());
     }
     for (const __m128 sum : sums) total += laneSum(sum);
     return total;
